@@ -1,0 +1,13 @@
+/*
+ * CommonTools: everything a client needs that is not camera-specific.
+ * Including this header brings in every unit of the library.
+ */
+#ifndef COMMONTOOLS_H
+#define COMMONTOOLS_H
+
+#include "OrvCalculator.h"
+#include "OrvFunction.h"
+#include "OrvLogImpl.h"
+#include "OrvPointFile.h"
+
+#endif // COMMONTOOLS_H
