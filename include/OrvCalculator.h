@@ -1,0 +1,270 @@
+/*
+ * OrvCalculator: a small expression calculator over doubles.
+ *
+ * Compute() is the entry point: it evaluates a text such as
+ * "(1>2)?5:max(6,7)" and reports failure through ok and the text returned by
+ * GetCalculatorErro(). The rest of this header is the calculator's
+ * machinery, visible for callers that want to look inside:
+ *
+ *  - the tokenizer cuts a normalised text into positioned Words;
+ *  - ExpressBuilder checks the words, rewrites minus signs and conditionals
+ *    and orders them into reverse-Polish form;
+ *  - Compute reduces that form with the math functions of the operator
+ *    table, always applying the first operator left in the list.
+ *
+ * The rules are this calculator's own: a larger priority binds more tightly,
+ * comparisons bind more tightly than "+", bitwise operators and "%" tightest
+ * of all; every operator is left-associative; "**" is a one-operand square
+ * root and "^" exclusive or. See GetPriority() for the scale.
+ */
+#ifndef ORVCALCULATOR_H
+#define ORVCALCULATOR_H
+
+#include "commontools_export.h"
+
+#include <QList>
+#include <QMap>
+#include <QStack>
+#include <QString>
+
+namespace OrvInterface {
+
+/* ---- Words and stack objects ------------------------------------------ */
+
+enum WordType : int {
+    Operator = 1, // an operator symbol of the table that is not a function
+    Number = 2,   // hexadecimal, scientific or plain decimal literal
+    Function = 3, // a function name of the table
+    Group = 4,    // "(", ")", "," or ":"
+};
+
+/* One token of a normalised expression, linked to its neighbours. */
+struct COMMONTOOLS_EXPORT Word
+{
+    QString text;                  // as it stands in the normalised text
+    WordType type = WordType(0);   // 0 until set
+    Word* prev = nullptr;
+    Word* next = nullptr;
+    int position = 0;              // index of the first character
+    bool funBracket = false;       // "(" or ")" of a function's argument list
+};
+
+/* Computes result from the operands, first operand first; false when the
+ * arguments are unusable (wrong count, zero divisor). */
+typedef bool (*MathFunction)(const QList<double>& args, double& result);
+
+/* Type() codes of the stack objects. */
+enum StackObjectType : int {
+    OperatorObject = 0,
+    OperandObject = 1,
+    GroupObject = 2,
+};
+
+class COMMONTOOLS_EXPORT IStackObject
+{
+public:
+    virtual ~IStackObject();
+    virtual void setSymbol(const QString& symbol) = 0;
+    virtual QString Symbol() const = 0;
+    virtual int Type() const = 0;
+};
+
+class COMMONTOOLS_EXPORT IOperand : public IStackObject
+{
+public:
+    virtual double Value() const = 0;
+    virtual void setValue(const double& value) = 0;
+};
+
+class COMMONTOOLS_EXPORT IOperator : public IStackObject
+{
+public:
+    virtual int Priority() const = 0;
+    virtual void setPriority(const int& priority) = 0;
+    virtual int ParamCount() const = 0;
+    virtual void setParamCount(const int& count) = 0;
+    virtual bool IsFun() const = 0;
+    virtual void setIsFun(const bool& isFun) = 0;
+    virtual MathFunction MathFun() const = 0;
+    virtual void setMathFun(MathFunction function) = 0;
+};
+
+/* A number. */
+class COMMONTOOLS_EXPORT Operand_ : public IOperand
+{
+public:
+    void setSymbol(const QString& symbol) override;
+    QString Symbol() const override;
+    int Type() const override;
+    double Value() const override;
+    void setValue(const double& value) override;
+
+private:
+    QString symbol;
+    int type = OperandObject;
+    double value = 0.0;
+};
+
+/* An operator or function; a value type, copied in and out of the table. */
+class COMMONTOOLS_EXPORT Operator_ : public IOperator
+{
+public:
+    Operator_() = default;
+    Operator_(const Operator_&) = default;
+    Operator_& operator=(const Operator_&) = default;
+    ~Operator_() override;
+
+    void setSymbol(const QString& symbol) override;
+    QString Symbol() const override;
+    int Type() const override;
+    int Priority() const override;
+    void setPriority(const int& priority) override;
+    int ParamCount() const override;
+    void setParamCount(const int& count) override;
+    bool IsFun() const override;
+    void setIsFun(const bool& isFun) override;
+    MathFunction MathFun() const override;
+    void setMathFun(MathFunction function) override;
+
+private:
+    QString symbol;
+    int type = OperatorObject;
+    MathFunction mathFun = nullptr;
+    int priority = 0;
+    int paramCount = 0;
+    bool isFun = false;
+};
+
+/* A parenthesis marker on the operator stack. */
+class COMMONTOOLS_EXPORT GroupOperator_ : public IStackObject
+{
+public:
+    void setSymbol(const QString& symbol) override;
+    QString Symbol() const override;
+    int Type() const override;
+
+private:
+    QString symbol;
+    int type = GroupObject;
+};
+
+/* ---- Operator environment ---------------------------------------------- */
+
+/* The operator table, keyed by symbol; empty until Enviroment() runs. */
+extern COMMONTOOLS_EXPORT QMap<QString, Operator_> g_mapOperators;
+/* "abs|acos|...|tanh": the function names as one alternation. */
+extern COMMONTOOLS_EXPORT QString g_mathFuncPattern;
+
+/* Fills the operator table, once per process. Not locked: Compute() calls
+ * it under the calculator's mutex. */
+COMMONTOOLS_EXPORT void Enviroment();
+/* Priority of a symbol (larger binds more tightly): "+" "-" 0; "*" "/" 1;
+ * "**" 2; functions and "?" 4; "&&" "||" 5; "=" "!=" "<>" 6; "negate" and
+ * the comparisons 7; "^" "|" "&" "<<" ">>" "~" "%" 8. */
+COMMONTOOLS_EXPORT int GetPriority(QString symbol);
+/* The symbol escaped for use as a literal regular expression. */
+COMMONTOOLS_EXPORT QString GetEscapeString(QString symbol);
+/* Orders operators longest symbol first. */
+COMMONTOOLS_EXPORT bool sortOperatorDescCondition(const Operator_& a, const Operator_& b);
+COMMONTOOLS_EXPORT void SortOperatorDesc(QList<Operator_>& ops);
+
+/* The math functions, as registered in the table. "round" is registered
+ * with Min (so it always fails); Round itself is not registered. */
+COMMONTOOLS_EXPORT bool Plus(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Minus(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Negate(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Mul(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Div(const QList<double>& args, double& result);
+/* Integer remainder; false for a divisor that truncates to 0. */
+COMMONTOOLS_EXPORT bool Mod(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Ternary(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool BIT_AND(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool BIT_OR(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool BIT_XOR(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool BIT_NOT(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool BIT_LEFT(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool BIT_RIGHT(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool AND(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool OR(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool GreaterThan(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool GreaterThanEqual(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool LessrThan(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool LessrThanEqual(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Equal(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool NotEqual(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Abs(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Max(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Min(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Sqrt(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Pow(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Ceil(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Floor(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Round(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Sin(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Cos(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Tan(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Asin(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Acos(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Atan(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Asinh(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Acosh(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Atanh(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Sinh(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Cosh(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Tanh(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Exp(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Log(const QList<double>& args, double& result);
+COMMONTOOLS_EXPORT bool Log10(const QList<double>& args, double& result);
+
+/* ---- Tokenizer ----------------------------------------------------------- */
+
+/* Appends the words of expr to words, sorted by position. Characters no
+ * word covers are left as gaps; nothing is rejected here. Needs the
+ * operator table (Enviroment()). */
+COMMONTOOLS_EXPORT void ExpressionToWords(QString expr, QList<Word*>& words);
+/* Inserts a new word at index (clamped at 0); words after it move right. */
+COMMONTOOLS_EXPORT void InsertWord(QList<Word*>& words, int& index, const QString& text, const WordType& type);
+/* Removes and deletes the word at index; words after it move left. */
+COMMONTOOLS_EXPORT void RemoveWord(QList<Word*>& words, int& index);
+/* Sorts by position and relinks prev/next. */
+COMMONTOOLS_EXPORT bool sortWordCondition(Word* a, Word* b);
+COMMONTOOLS_EXPORT void SortWords(QList<Word*>& words);
+
+/* ---- Builder ------------------------------------------------------------- */
+
+class COMMONTOOLS_EXPORT ExpressBuilder
+{
+public:
+    ExpressBuilder() = default;
+    ~ExpressBuilder();
+    ExpressBuilder(const ExpressBuilder&) = delete;
+    ExpressBuilder& operator=(const ExpressBuilder&) = delete;
+
+    /* Builds rpn from expression; false with the reason in the calculator's
+     * error text. */
+    bool Parse(const QString& expression);
+    /* Checks every function call of words and marks its parentheses. */
+    bool checkFun();
+    /* Checks every "?" of words and brackets its parts. */
+    bool checkTernary();
+    /* Deletes the operands, markers and words; empties the containers. */
+    void clear();
+
+    QStack<IStackObject*> stack;  // operator stack of the precedence pass
+    QList<IStackObject*> rpn;     // the result, in reverse-Polish order
+    QList<Word*> words;           // the current expression's words
+};
+
+/* ---- Evaluation ---------------------------------------------------------- */
+
+/* The value of expression (UTF-8, NUL-terminated) with ok true; or 0.0 with
+ * ok false and the reason in GetCalculatorErro(). Thread-safe: calls are
+ * serialised by the calculator's mutex. */
+COMMONTOOLS_EXPORT double Compute(const char* expression, bool& ok);
+/* The message of the last failure (kept after later successes), at most
+ * 511 bytes and NUL-terminated; empty before any failure. */
+COMMONTOOLS_EXPORT const char* GetCalculatorErro();
+
+} // namespace OrvInterface
+
+#endif // ORVCALCULATOR_H
