@@ -1,0 +1,282 @@
+// Messages for result codes, display codes and hexadecimal text.
+
+#include <OrvFunction.h>
+
+#include <QCoreApplication>
+#include <QDomDocument>
+#include <QFile>
+#include <QMap>
+#include <QProcess>
+#include <QSet>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTranslator>
+
+using namespace OrvInterface;
+
+namespace {
+
+// The reference table: code, tab, message, one per line.
+QMap<unsigned int, QString> referenceTable()
+{
+    QMap<unsigned int, QString> table;
+    QFile file(QStringLiteral(COMMONTOOLS_TEST_DATA_DIR "/error-messages.tsv"));
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+        return table;
+    while (!file.atEnd()) {
+        const QString line = QString::fromUtf8(file.readLine()).chopped(1);
+        if (line.isEmpty() || line.startsWith(QLatin1Char('#')))
+            continue;
+        const int tab = line.indexOf(QLatin1Char('\t'));
+        bool ok = false;
+        const unsigned int code = line.left(tab).toUInt(&ok, 16);
+        if (ok)
+            table.insert(code, line.mid(tab + 1));
+    }
+    return table;
+}
+
+const QString kOperationFailed = QStringLiteral("Operation failed.");
+
+} // namespace
+
+class TestErrorTexts : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void referenceTableIsComplete();
+    void everyMessage_data();
+    void everyMessage();
+    void deviceFamilyHasNoOtherEntries();
+    void clientFamilyFallsBack();
+    void edgeCases_data();
+    void edgeCases();
+
+    void displayCode_data();
+    void displayCode();
+    void hexadecimalString_data();
+    void hexadecimalString();
+
+    void messagesAreTranslated();
+};
+
+void TestErrorTexts::referenceTableIsComplete()
+{
+    const QMap<unsigned int, QString> table = referenceTable();
+    int device = 0;
+    int client = 0;
+    for (auto it = table.cbegin(); it != table.cend(); ++it)
+        (it.key() >= 0x90000000u ? device : client)++;
+    QCOMPARE(device, 160);
+    QCOMPARE(client, 30);
+}
+
+void TestErrorTexts::everyMessage_data()
+{
+    QTest::addColumn<uint>("code");
+    QTest::addColumn<QString>("message");
+    const QMap<unsigned int, QString> table = referenceTable();
+    for (auto it = table.cbegin(); it != table.cend(); ++it)
+        QTest::newRow(qPrintable(QStringLiteral("0x%1").arg(it.key(), 8, 16, QLatin1Char('0')))) << it.key() << it.value();
+}
+
+void TestErrorTexts::everyMessage()
+{
+    QFETCH(uint, code);
+    QFETCH(QString, message);
+
+    QCOMPARE(GenerateErrorDesc(int(code)), message);
+    // The device table answers only for its own family.
+    QCOMPARE(GenerateHraErrorDesc(int(code)), code >= 0x90000000u ? message : QString());
+}
+
+void TestErrorTexts::deviceFamilyHasNoOtherEntries()
+{
+    const QMap<unsigned int, QString> table = referenceTable();
+    for (unsigned int code = 0x90005F00u; code <= 0x90006CFFu; ++code) {
+        if (table.contains(code))
+            continue;
+        const QString text = GenerateHraErrorDesc(int(code));
+        QVERIFY2(text.isEmpty(), qPrintable(QStringLiteral("0x%1: %2").arg(code, 0, 16).arg(text)));
+        QVERIFY(!text.isNull());
+        QCOMPARE(GenerateErrorDesc(int(code)), kOperationFailed);
+    }
+}
+
+void TestErrorTexts::clientFamilyFallsBack()
+{
+    const QMap<unsigned int, QString> table = referenceTable();
+    for (unsigned int code = 0x6FFFFFF0u; code <= 0x70000100u; ++code) {
+        if (!table.contains(code))
+            QCOMPARE(GenerateErrorDesc(int(code)), kOperationFailed);
+    }
+}
+
+void TestErrorTexts::edgeCases_data()
+{
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QString>("errorDesc");
+    QTest::addColumn<QString>("hraErrorDesc");
+
+    const QString pixel = QStringLiteral("The pixel format is not supported.");
+    QTest::newRow("0x70000012") << int(0x70000012) << pixel << QString();
+    QTest::newRow("0x70000014") << int(0x70000014) << pixel << QString();
+    QTest::newRow("0x7000001C") << int(0x7000001C) << kOperationFailed << QString();
+    QTest::newRow("0x70000000") << int(0x70000000) << kOperationFailed << QString();
+    QTest::newRow("0x70000020") << int(0x70000020) << kOperationFailed << QString();
+    QTest::newRow("0") << 0 << kOperationFailed << QString();
+    QTest::newRow("-1") << -1 << kOperationFailed << QString();
+    QTest::newRow("0x70000001") << int(0x70000001) << kOperationFailed << QString();
+    QTest::newRow("0x7000001F") << int(0x7000001F) << QStringLiteral("The file path is too long.") << QString();
+    QTest::newRow("0x90006607") << int(0x90006607) << QStringLiteral("Login failed") << QStringLiteral("Login failed");
+    QTest::newRow("0x90006008") << int(0x90006008) << kOperationFailed << QString();
+    QTest::newRow("0x90006000") << int(0x90006000) << QStringLiteral("The camera handle is null or invalid")
+                                << QStringLiteral("The camera handle is null or invalid");
+    QTest::newRow("0x90006100") << int(0x90006100) << QStringLiteral("The handle is null or invalid")
+                                << QStringLiteral("The handle is null or invalid");
+    QTest::newRow("0x900061FF") << int(0x900061FF) << QStringLiteral("Unknow error") << QStringLiteral("Unknow error");
+    QTest::newRow("0x900062FF") << int(0x900062FF) << QStringLiteral("GenICam unknow error")
+                                << QStringLiteral("GenICam unknow error");
+    QTest::newRow("0x900064FF") << int(0x900064FF) << QStringLiteral("Usb error") << QStringLiteral("Usb error");
+    QTest::newRow("0x900065FF") << int(0x900065FF) << QStringLiteral("Upgrade unknow error")
+                                << QStringLiteral("Upgrade unknow error");
+    QTest::newRow("0x90006AFF") << int(0x90006AFF) << QStringLiteral("Network unknown error.")
+                                << QStringLiteral("Network unknown error.");
+    for (unsigned int code : {0x900063FFu, 0x900066FFu, 0x900067FFu, 0x900068FFu, 0x900069FFu, 0x9000651Fu,
+                              0x9000660Fu, 0x90006711u, 0x9000680Eu, 0x90006915u, 0x90006A09u, 0x90006B00u}) {
+        QTest::newRow(qPrintable(QStringLiteral("0x%1").arg(code, 0, 16))) << int(code) << kOperationFailed << QString();
+    }
+}
+
+void TestErrorTexts::edgeCases()
+{
+    QFETCH(int, code);
+    QFETCH(QString, errorDesc);
+    QFETCH(QString, hraErrorDesc);
+    QCOMPARE(GenerateErrorDesc(code), errorDesc);
+    QCOMPARE(GenerateHraErrorDesc(code), hraErrorDesc);
+}
+
+void TestErrorTexts::displayCode_data()
+{
+    QTest::addColumn<uint>("code");
+    QTest::addColumn<QString>("expected");
+
+    QTest::newRow("0x9000610A") << 0x9000610Au << QStringLiteral("(Error Code : 0x9000610a)");
+    QTest::newRow("0x7000001F") << 0x7000001Fu << QStringLiteral("(Error Code : 0x7000001f)");
+    QTest::newRow("0") << 0u << QStringLiteral("(Error Code : 0x0)");
+    QTest::newRow("0x1a") << 0x1Au << QStringLiteral("(Error Code : 0x1a)");
+    QTest::newRow("all bits") << 0xFFFFFFFFu << QStringLiteral("(Error Code : 0xffffffff)");
+}
+
+void TestErrorTexts::displayCode()
+{
+    QFETCH(uint, code);
+    QFETCH(QString, expected);
+    QCOMPARE(IntCode2DisplayCode(code), expected);
+}
+
+void TestErrorTexts::hexadecimalString_data()
+{
+    QTest::addColumn<int>("low");
+    QTest::addColumn<int>("high");
+    QTest::addColumn<int>("width");
+    QTest::addColumn<QString>("expected");
+
+    QTest::newRow("255 width 4") << 255 << 0 << 4 << QStringLiteral("0x00FF");
+    QTest::newRow("255 width 0") << 255 << 0 << 0 << QStringLiteral("0xFF");
+    QTest::newRow("255 width 2") << 255 << 0 << 2 << QStringLiteral("0xFF");
+    QTest::newRow("low padded") << 16 << 1 << 0 << QStringLiteral("0x100000010");
+    QTest::newRow("width 12") << 0x12345678 << 0xAB << 12 << QStringLiteral("0x00AB12345678");
+    QTest::newRow("-1 low") << -1 << 0 << 0 << QStringLiteral("0xFFFFFFFF");
+    QTest::newRow("-1 high") << 0 << -1 << 0 << QStringLiteral("0xFFFFFFFF00000000");
+    QTest::newRow("both -1") << -1 << -1 << 0 << QStringLiteral("0xFFFFFFFFFFFFFFFF");
+    QTest::newRow("0 width 0") << 0 << 0 << 0 << QStringLiteral("0x");
+    QTest::newRow("0 width 1") << 0 << 0 << 1 << QStringLiteral("0x0");
+    QTest::newRow("0 width 3") << 0 << 0 << 3 << QStringLiteral("0x000");
+    QTest::newRow("0 width -4") << 0 << 0 << -4 << QStringLiteral("0x");
+    QTest::newRow("7 width -4") << 7 << 0 << -4 << QStringLiteral("0x7");
+    QTest::newRow("high with zero low") << 0 << 1 << 0 << QStringLiteral("0x100000000");
+    QTest::newRow("width above digits") << 0xABC << 0 << 8 << QStringLiteral("0x00000ABC");
+}
+
+void TestErrorTexts::hexadecimalString()
+{
+    QFETCH(int, low);
+    QFETCH(int, high);
+    QFETCH(int, width);
+    QFETCH(QString, expected);
+    QCOMPARE(toHexadecimalString(low, high, width), expected);
+}
+
+// The texts can be extracted by lupdate and are looked up with the QObject
+// context: a translation made from the sources replaces every one of them.
+void TestErrorTexts::messagesAreTranslated()
+{
+#if !defined(COMMONTOOLS_LUPDATE) || !defined(COMMONTOOLS_LRELEASE)
+    QSKIP("lupdate and lrelease are not installed");
+#else
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QString ts = dir.filePath(QStringLiteral("messages.ts"));
+    const QString qm = dir.filePath(QStringLiteral("messages.qm"));
+
+    QProcess lupdate;
+    lupdate.setProcessChannelMode(QProcess::MergedChannels);
+    lupdate.start(QStringLiteral(COMMONTOOLS_LUPDATE),
+                  {QStringLiteral(COMMONTOOLS_SOURCE_DIR "/src/function/errortexts.cpp"), QStringLiteral("-ts"), ts});
+    QVERIFY(lupdate.waitForFinished(120000));
+    QVERIFY2(lupdate.exitCode() == 0, lupdate.readAll().constData());
+
+    // Every source text gets a translation of its own.
+    QDomDocument document;
+    QFile tsFile(ts);
+    QVERIFY(tsFile.open(QIODevice::ReadOnly));
+    QVERIFY(document.setContent(&tsFile));
+    tsFile.close();
+    const QDomNodeList contexts = document.elementsByTagName(QStringLiteral("context"));
+    QCOMPARE(contexts.size(), 1);
+    QCOMPARE(contexts.at(0).firstChildElement(QStringLiteral("name")).text(), QStringLiteral("QObject"));
+    QSet<QString> sources;
+    const QDomNodeList messages = document.elementsByTagName(QStringLiteral("message"));
+    for (int i = 0; i < messages.size(); ++i) {
+        const QDomElement message = messages.at(i).toElement();
+        const QString source = message.firstChildElement(QStringLiteral("source")).text();
+        sources.insert(source);
+        QDomElement translation = message.firstChildElement(QStringLiteral("translation"));
+        translation.removeAttribute(QStringLiteral("type"));
+        while (translation.hasChildNodes())
+            translation.removeChild(translation.firstChild());
+        translation.appendChild(document.createTextNode(QStringLiteral("T[") + source + QLatin1Char(']')));
+    }
+    QVERIFY(tsFile.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    tsFile.write(document.toByteArray());
+    tsFile.close();
+
+    const QMap<unsigned int, QString> table = referenceTable();
+    QSet<QString> expected(table.cbegin(), table.cend());
+    expected << kOperationFailed << QStringLiteral("Error Code : 0x");
+    QCOMPARE(sources, expected);
+
+    QProcess lrelease;
+    lrelease.setProcessChannelMode(QProcess::MergedChannels);
+    lrelease.start(QStringLiteral(COMMONTOOLS_LRELEASE), {ts, QStringLiteral("-qm"), qm});
+    QVERIFY(lrelease.waitForFinished(120000));
+    QVERIFY2(lrelease.exitCode() == 0, lrelease.readAll().constData());
+
+    QTranslator translator;
+    QVERIFY(translator.load(qm));
+    QVERIFY(QCoreApplication::installTranslator(&translator));
+    for (auto it = table.cbegin(); it != table.cend(); ++it)
+        QCOMPARE(GenerateErrorDesc(int(it.key())), QStringLiteral("T[") + it.value() + QLatin1Char(']'));
+    QCOMPARE(GenerateErrorDesc(0), QStringLiteral("T[Operation failed.]"));
+    QCOMPARE(GenerateHraErrorDesc(0), QString());
+    QCOMPARE(IntCode2DisplayCode(0x1Fu), QStringLiteral("(T[Error Code : 0x]1f)"));
+    QCoreApplication::removeTranslator(&translator);
+    QCOMPARE(GenerateErrorDesc(0), kOperationFailed);
+#endif
+}
+
+QTEST_GUILESS_MAIN(TestErrorTexts)
+#include "tst_errortexts.moc"
