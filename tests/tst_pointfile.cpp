@@ -1,0 +1,926 @@
+// Point files: the checksum, the format descriptor and the conversions
+// between ".mfa" and ".txt".
+
+#include "support/files.h"
+#include "support/messagelog.h"
+#include "support/mfa_builder.h"
+#include "support/scenario.h"
+
+#include <OrvPointFile.h>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <zlib.h>
+
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+using namespace OrvInterface;
+using TestFiles::readFile;
+using TestFiles::writeFile;
+
+namespace {
+
+// The library's critical messages while it lives.
+class CriticalLog : public MessageLog
+{
+public:
+    CriticalLog()
+        : MessageLog(QtCriticalMsg)
+    {
+    }
+};
+
+QByteArray bytes(std::initializer_list<int> values)
+{
+    QByteArray array;
+    for (int v : values)
+        array.append(char(v));
+    return array;
+}
+
+QByteArray descriptor(int unit, char valid, char endian, char meaning = 0)
+{
+    QByteArray text = "Unit:" + QByteArray::number(unit) + " Valid:" + valid + " Endian:" + endian;
+    if (meaning)
+        text += QByteArray(" Meaning:") + meaning;
+    return text;
+}
+
+// Sets or clears the immutable attribute of path; false where the file
+// system or the user does not allow it.
+bool setImmutable(const QString& path, bool on)
+{
+    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK);
+    if (fd < 0)
+        return false;
+    int flags = 0;
+    bool ok = ::ioctl(fd, FS_IOC_GETFLAGS, &flags) == 0;
+    if (ok) {
+        flags = on ? (flags | FS_IMMUTABLE_FL) : (flags & ~FS_IMMUTABLE_FL);
+        ok = ::ioctl(fd, FS_IOC_SETFLAGS, &flags) == 0;
+    }
+    ::close(fd);
+    return ok;
+}
+
+// Clears the attribute again however the test ends.
+struct Immutable
+{
+    QString path;
+    bool set;
+    explicit Immutable(const QString& p) : path(p), set(setImmutable(p, true)) {}
+    ~Immutable()
+    {
+        if (set)
+            setImmutable(path, false);
+    }
+};
+
+constexpr int kFullDiskRecords = 6000;
+
+} // namespace
+
+// Writes that go past CTT_FSIZE bytes fail as on a full disk.
+bool limitFileSize()
+{
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = rlim_t(qEnvironmentVariableIntValue("CTT_FSIZE"));
+    return setrlimit(RLIMIT_FSIZE, &limit) == 0;
+}
+
+COMMONTOOLS_SCENARIO(fullDisk)
+{
+    Scenario::report(QStringLiteral("limited"), limitFileSize());
+    CriticalLog log;
+    Scenario::report(QStringLiteral("export"), ChangeMfaToTxt(qEnvironmentVariable("CTT_MFA")));
+    Scenario::report(QStringLiteral("exportLog"), log.messages().join(QLatin1Char('|')));
+}
+
+COMMONTOOLS_SCENARIO(fullDiskImport)
+{
+    Scenario::report(QStringLiteral("limited"), limitFileSize());
+    CriticalLog log;
+    Scenario::report(QStringLiteral("import"), ChangeTxtToMfa(qEnvironmentVariable("CTT_MFA")));
+    Scenario::report(QStringLiteral("importLog"), log.messages().join(QLatin1Char('|')));
+}
+
+class TestPointFile : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+
+    // Checksum and copy.
+    void crcKnownValues_data();
+    void crcKnownValues();
+    void crcContinues();
+    void crcMatchesItsDefinition();
+    void crossPlatMemcpy();
+
+    // Descriptor.
+    void analyticFormat_data();
+    void analyticFormat();
+    void analyticFormatFailureKeepsEarlierOutputs();
+
+    // Export.
+    void exportRecords_data();
+    void exportRecords();
+    void exportStopsAtTheChecksum();
+    void exportReadsNoFurtherThanTheFile();
+    void exportIgnoresWhatIsNotAPointFile_data();
+    void exportIgnoresWhatIsNotAPointFile();
+    void exportChecksumMismatch();
+    void exportCannotReadSource();
+    void exportReplacesTextFile();
+    void exportRawPayload_data();
+    void exportRawPayload();
+    void textPathPairing_data();
+    void textPathPairing();
+    void exportCannotOpenOutput();
+    void exportOnFullDisk();
+
+    // Import.
+    void importEncodesRecords_data();
+    void importEncodesRecords();
+    void importParsesLines_data();
+    void importParsesLines();
+    void roundTrip_data();
+    void roundTrip();
+    void importStoresTheChecksumWhereTold();
+    void importLineCount_data();
+    void importLineCount();
+    void importNothingToDo_data();
+    void importNothingToDo();
+    void importSizeErrors();
+    void importOfRemovedRawFile();
+    void importHeaderOutsideTheFile_data();
+    void importHeaderOutsideTheFile();
+    void importCannotWrite();
+    void importOnFullDisk();
+
+private:
+    QTemporaryDir* m_dir = nullptr;
+    QString mfaPath(const QString& name = QStringLiteral("points")) const
+    {
+        return m_dir->filePath(name + QStringLiteral(".mfa"));
+    }
+    QString txtPath(const QString& name = QStringLiteral("points")) const
+    {
+        return m_dir->filePath(name + QStringLiteral(".txt"));
+    }
+    QScopedPointer<QTemporaryDir> m_ownedDir;
+};
+
+void TestPointFile::init()
+{
+    m_ownedDir.reset(new QTemporaryDir);
+    m_dir = m_ownedDir.data();
+    QVERIFY(m_dir->isValid());
+}
+
+void TestPointFile::crcKnownValues_data()
+{
+    QTest::addColumn<QByteArray>("data");
+    QTest::addColumn<uint>("crc");
+    QTest::newRow("123456789") << QByteArray("123456789") << 0x2DFD2D88u;
+    QTest::newRow("four zeros") << QByteArray(4, '\0') << 0u;
+    QTest::newRow("0x01") << bytes({1}) << 0x77073096u;
+    QTest::newRow("empty") << QByteArray() << 0u;
+}
+
+void TestPointFile::crcKnownValues()
+{
+    QFETCH(QByteArray, data);
+    QFETCH(uint, crc);
+    const auto* p = reinterpret_cast<const unsigned char*>(data.constData());
+    QCOMPARE(crc32(p, data.size()), crc);
+    QCOMPARE(crc32_init_value(0, p, data.size()), crc);
+}
+
+void TestPointFile::crcContinues()
+{
+    const auto* digits = reinterpret_cast<const unsigned char*>("123456789");
+    QCOMPARE(crc32_init_value(crc32(digits, 4), digits + 4, 5), 0x2DFD2D88u);
+    QCOMPARE(crc32(digits, 0), 0u);
+    QCOMPARE(crc32(digits, -5), 0u);
+    QCOMPARE(crc32(nullptr, 0), 0u);
+    QCOMPARE(crc32_init_value(0x12345678u, digits, 0), 0x12345678u);
+    QCOMPARE(crc32_init_value(0x12345678u, digits, -1), 0x12345678u);
+}
+
+void TestPointFile::crcMatchesItsDefinition()
+{
+    // Lengths around the 16- and 64-byte blocks of the fast path, at every
+    // alignment, continued from random registers.
+    QRandomGenerator random(6100);
+    QByteArray data(4096 + 64, '\0');
+    for (char& c : data)
+        c = char(random.bounded(256));
+    for (int length : {0, 1, 15, 16, 17, 63, 64, 65, 79, 80, 127, 128, 129, 255, 1000, 4096}) {
+        for (int offset = 0; offset < 16; ++offset) {
+            const QByteArray block = data.mid(offset, length);
+            const auto* p = reinterpret_cast<const unsigned char*>(data.constData()) + offset;
+            const quint32 start = random.generate();
+            QCOMPARE(crc32(p, length), Mfa::referenceCrc(block));
+            QCOMPARE(crc32_init_value(start, p, length), Mfa::referenceCrc(block, start));
+            // What zlib computes, with its inverted register.
+            QCOMPARE(crc32(p, length), quint32(~::crc32(0xFFFFFFFFul, p, uInt(length))));
+        }
+    }
+    // Split anywhere, the continuation gives the whole.
+    const auto* p = reinterpret_cast<const unsigned char*>(data.constData());
+    const unsigned int whole = crc32(p, 1000);
+    for (int split = 0; split <= 1000; split += 37)
+        QCOMPARE(crc32_init_value(crc32(p, split), p + split, 1000 - split), whole);
+}
+
+void TestPointFile::crossPlatMemcpy()
+{
+    char dst[8];
+    auto reset = [&dst] { std::memset(dst, 'X', sizeof dst); };
+
+    reset();
+    CrossPlatMemcpy_s(dst, 4, "abcde", 5);
+    QCOMPARE(QByteArray(dst, 8), QByteArray("\0\0\0\0XXXX", 8));
+
+    reset();
+    CrossPlatMemcpy_s(dst, 4, nullptr, 2);
+    QCOMPARE(QByteArray(dst, 8), QByteArray("\0\0\0\0XXXX", 8));
+
+    reset();
+    CrossPlatMemcpy_s(dst, 4, "ab", 0);
+    QCOMPARE(QByteArray(dst, 8), QByteArray("XXXXXXXX"));
+
+    reset();
+    CrossPlatMemcpy_s(dst, 4, "abcd", 4);
+    QCOMPARE(QByteArray(dst, 8), QByteArray("abcdXXXX"));
+
+    reset();
+    CrossPlatMemcpy_s(dst, 8, "ab", 2);
+    QCOMPARE(QByteArray(dst, 8), QByteArray("abXXXXXX"));
+}
+
+void TestPointFile::analyticFormat_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("ok");
+    QTest::addColumn<uint>("unit");
+    QTest::addColumn<uint>("valid");
+    QTest::addColumn<uint>("endian");
+    QTest::addColumn<uint>("meaning");
+
+    QTest::newRow("4 3 L") << QStringLiteral("Unit:4 Valid:3 Endian:L") << true << 4u << 1u << 1u << 0u;
+    QTest::newRow("with meaning x") << QStringLiteral("Unit:4 Valid:3 Endian:L Meaning:x") << true << 4u << 1u << 1u << 1u;
+    QTest::newRow("meaning y, any order") << QStringLiteral("Meaning:y;Endian:B,Valid:H Unit:2") << true << 2u << 2u << 0u << 2u;
+    QTest::newRow("valid 1") << QStringLiteral("Unit:4 Valid:1 Endian:B") << true << 4u << 0u << 0u << 0u;
+    QTest::newRow("valid L") << QStringLiteral("Unit:4 Valid:L Endian:B") << true << 4u << 3u << 0u << 0u;
+    QTest::newRow("meaning z") << QStringLiteral("Unit:4 Valid:3 Endian:L Meaning:z") << true << 4u << 1u << 1u << 0u;
+    QTest::newRow("meaning X") << QStringLiteral("Unit:4 Valid:3 Endian:L Meaning:X") << true << 4u << 1u << 1u << 0u;
+    QTest::newRow("unit 12") << QStringLiteral("Unit:12 Valid:3 Endian:B") << true << 1u << 1u << 0u << 0u;
+    QTest::newRow("unit not a digit") << QStringLiteral("Unit:x Valid:3 Endian:B") << true << 0u << 1u << 0u << 0u;
+    QTest::newRow("unit at the end") << QStringLiteral("Valid:3 Endian:B Unit:") << true << 0u << 1u << 0u << 0u;
+    QTest::newRow("first occurrence") << QStringLiteral("Unit:2 Valid:3 Endian:B Unit:4") << true << 2u << 1u << 0u << 0u;
+    QTest::newRow("lower-case b") << QStringLiteral("Unit:2 Valid:L Endian:b") << false << 0u << 0u << 0u << 0u;
+    QTest::newRow("no unit") << QStringLiteral("Valid:3 Endian:L Meaning:y") << false << 0u << 0u << 0u << 0u;
+    QTest::newRow("no valid") << QStringLiteral("Unit:4 Endian:L") << false << 0u << 0u << 0u << 0u;
+    QTest::newRow("valid 2") << QStringLiteral("Unit:4 Valid:2 Endian:L") << false << 0u << 0u << 0u << 0u;
+    QTest::newRow("no endian") << QStringLiteral("Unit:4 Valid:3") << false << 0u << 0u << 0u << 0u;
+    QTest::newRow("endian at the end") << QStringLiteral("Unit:4 Valid:3 Endian:") << false << 0u << 0u << 0u << 0u;
+    QTest::newRow("lower-case key") << QStringLiteral("unit:4 Valid:3 Endian:L") << false << 0u << 0u << 0u << 0u;
+    QTest::newRow("Format:txt") << QStringLiteral("Format:txt") << false << 0u << 0u << 0u << 0u;
+    QTest::newRow("empty") << QString() << false << 0u << 0u << 0u << 0u;
+}
+
+void TestPointFile::analyticFormat()
+{
+    QFETCH(QString, text);
+    QFETCH(bool, ok);
+    QFETCH(uint, unit);
+    QFETCH(uint, valid);
+    QFETCH(uint, endian);
+    QFETCH(uint, meaning);
+
+    unsigned int u = 99, v = 99, e = 99, m = 99;
+    QCOMPARE(GetAnalyticFormat(text, u, v, e, m), ok);
+    if (ok) {
+        QCOMPARE(u, unit);
+        QCOMPARE(v, valid);
+        QCOMPARE(e, endian);
+        QCOMPARE(m, meaning);
+    }
+}
+
+void TestPointFile::analyticFormatFailureKeepsEarlierOutputs()
+{
+    unsigned int u = 99, v = 99, e = 99, m = 99;
+    QVERIFY(!GetAnalyticFormat(QStringLiteral("Unit:2 Valid:L Endian:b"), u, v, e, m));
+    QCOMPARE(u, 2u);
+    QCOMPARE(v, 3u);
+    QCOMPARE(m, 99u);
+    QVERIFY(!GetAnalyticFormat(QString(), u, v, e, m));
+    QCOMPARE(u, 2u);
+}
+
+void TestPointFile::exportRecords_data()
+{
+    QTest::addColumn<QByteArray>("format");
+    QTest::addColumn<QByteArray>("records");
+    QTest::addColumn<QByteArray>("text");
+
+    const QByteArray four = bytes({1, 2, 3, 4, 0xFF, 0xFE, 0xFD, 0xFC});
+    QTest::newRow("unit 1") << descriptor(1, '3', 'L') << bytes({0x12, 0x34, 0xFF}) << QByteArray("18\n52\n255\n");
+    QTest::newRow("unit 2 little") << descriptor(2, '3', 'L') << bytes({0x34, 0x12}) << QByteArray("4660\n");
+    QTest::newRow("unit 2 big") << descriptor(2, '1', 'B') << bytes({0x12, 0x34}) << QByteArray("4660\n");
+    QTest::newRow("unit 4 all little") << descriptor(4, '3', 'L') << four << QByteArray("67305985\n4244504319\n");
+    QTest::newRow("unit 4 all big") << descriptor(4, '3', 'B') << four << QByteArray("16909060\n4294901244\n");
+    QTest::newRow("unit 4 high little") << descriptor(4, 'H', 'L') << four << QByteArray("1027\n64765\n");
+    QTest::newRow("unit 4 high big") << descriptor(4, 'H', 'B') << four << QByteArray("772\n65020\n");
+    QTest::newRow("unit 4 low little") << descriptor(4, 'L', 'L') << four << QByteArray("513\n65279\n");
+    QTest::newRow("unit 4 low big") << descriptor(4, 'L', 'B') << four << QByteArray("258\n65534\n");
+    // Valid 0 and other widths repeat the previous record: zeros at first.
+    QTest::newRow("unit 4 valid 0") << descriptor(4, '1', 'L') << four << QByteArray("0\n0\n");
+    QTest::newRow("unit 3") << descriptor(3, '3', 'L') << bytes({1, 2, 3, 4, 5, 6}) << QByteArray("0\n0\n");
+    QTest::newRow("meaning x") << descriptor(4, '3', 'L', 'x') << bytes({0x0A, 0, 0x14, 0}) << QByteArray("x=10,y=20\n");
+    QTest::newRow("meaning y") << descriptor(4, '3', 'L', 'y') << bytes({0x0A, 0, 0x14, 0}) << QByteArray("x=20,y=10\n");
+    QTest::newRow("meaning x, unit 2") << descriptor(2, '3', 'L', 'x') << bytes({0x0A, 0}) << QByteArray("x=10,y=0\n");
+    QTest::newRow("no records") << descriptor(4, '3', 'L') << QByteArray() << QByteArray();
+}
+
+void TestPointFile::exportRecords()
+{
+    QFETCH(QByteArray, format);
+    QFETCH(QByteArray, records);
+    QFETCH(QByteArray, text);
+
+    const QByteArray file = Mfa::mfaFile(format, records);
+    QVERIFY(writeFile(mfaPath(), file));
+    CriticalLog log;
+    QVERIFY(ChangeMfaToTxt(mfaPath()));
+    QVERIFY(log.messages().isEmpty());
+    QCOMPARE(readFile(txtPath()), text);
+    QCOMPARE(readFile(mfaPath()), file); // the source stays
+}
+
+void TestPointFile::exportStopsAtTheChecksum()
+{
+    Mfa::Spec spec;
+    spec.descriptor = descriptor(2, '3', 'L');
+    spec.records = bytes({1, 0, 2, 0, 3, 0});
+    spec.crcPlace = Mfa::CrcPlace::AfterRecords;
+    QVERIFY(writeFile(mfaPath(), Mfa::mfaFile(spec)));
+    QVERIFY(ChangeMfaToTxt(mfaPath()));
+    QCOMPARE(readFile(txtPath()), QByteArray("1\n2\n3\n"));
+}
+
+void TestPointFile::exportReadsNoFurtherThanTheFile()
+{
+    // Six data bytes in 4-byte records: the second record is cut short by
+    // the end of the file and reads zeros there.
+    QVERIFY(writeFile(mfaPath(), Mfa::mfaFile(descriptor(4, '3', 'L'), bytes({1, 0, 0, 0, 2, 1}))));
+    QVERIFY(ChangeMfaToTxt(mfaPath()));
+    QCOMPARE(readFile(txtPath()), QByteArray("1\n258\n"));
+}
+
+void TestPointFile::exportIgnoresWhatIsNotAPointFile_data()
+{
+    QTest::addColumn<QByteArray>("file");
+
+    Mfa::Spec wrongMagic;
+    wrongMagic.descriptor = descriptor(1, '3', 'L');
+    wrongMagic.records = "abc";
+    wrongMagic.magic = 0x5A5AAA56u;
+    QTest::newRow("wrong magic") << Mfa::mfaFile(wrongMagic);
+
+    QByteArray crcBeyond = Mfa::mfaFile(descriptor(1, '3', 'L'), "abc");
+    Mfa::putU32(crcBeyond, Mfa::kCrcOffsetField, quint32(crcBeyond.size() + 1));
+    QTest::newRow("crcOffset beyond the file") << crcBeyond;
+
+    QByteArray crcAtEnd = Mfa::mfaFile(descriptor(1, '3', 'L'), "abc");
+    Mfa::putU32(crcAtEnd, Mfa::kCrcOffsetField, quint32(crcAtEnd.size()));
+    QTest::newRow("crcOffset at the end") << crcAtEnd;
+
+    QByteArray crcInLastBytes = Mfa::mfaFile(descriptor(1, '3', 'L'), "abc");
+    Mfa::putU32(crcInLastBytes, Mfa::kCrcOffsetField, quint32(crcInLastBytes.size() - 2));
+    QTest::newRow("checksum runs past the end") << crcInLastBytes;
+
+    QByteArray dataBeyond = Mfa::mfaFile(descriptor(1, '3', 'L'), "abc");
+    Mfa::putU32(dataBeyond, Mfa::kDataOffsetField, quint32(dataBeyond.size() + 1));
+    QTest::newRow("dataOffset beyond the file") << dataBeyond;
+
+    QByteArray lengthBeyond = Mfa::mfaFile(descriptor(1, '3', 'L'), "abc");
+    Mfa::putU32(lengthBeyond, Mfa::kCrcLengthField, quint32(lengthBeyond.size() + 1));
+    QTest::newRow("crcLength beyond the file") << lengthBeyond;
+
+    QByteArray regionBeyond = Mfa::mfaFile(descriptor(1, '3', 'L'), "abc");
+    Mfa::putU32(regionBeyond, Mfa::kCrcLengthField, quint32(regionBeyond.size() - 8));
+    QTest::newRow("checksum region past the end") << regionBeyond;
+
+    QTest::newRow("empty descriptor") << Mfa::mfaFile(QByteArray(), "abc");
+    QTest::newRow("unusable descriptor") << Mfa::mfaFile("Unit:4 Valid:3", "abcd");
+    QTest::newRow("record width 0") << Mfa::mfaFile(descriptor(0, '3', 'L'), "abcd");
+    QTest::newRow("header only") << QByteArray(20, '\x55');
+    QTest::newRow("one byte") << QByteArray(1, '\x55');
+    QTest::newRow("descriptor to the end") << [] {
+        QByteArray file = Mfa::mfaFile(QByteArray(), QByteArray());
+        file.truncate(Mfa::kDescriptorOffset);
+        file += "Unit:1 Valid:3 Endian:L";
+        Mfa::putU32(file, Mfa::kCrcLengthField, 0);
+        Mfa::putU32(file, Mfa::kCrcOffsetField, 4);
+        Mfa::putU32(file, 4, 0);
+        Mfa::putU32(file, Mfa::kDataOffsetField, quint32(file.size()));
+        return file;
+    }();
+}
+
+void TestPointFile::exportIgnoresWhatIsNotAPointFile()
+{
+    QFETCH(QByteArray, file);
+    QVERIFY(writeFile(mfaPath(), file));
+    CriticalLog log;
+    QVERIFY(ChangeMfaToTxt(mfaPath()));
+    QVERIFY(!QFileInfo::exists(txtPath()) || readFile(txtPath()).isEmpty());
+    QVERIFY(log.messages().isEmpty());
+    QCOMPARE(readFile(mfaPath()), file);
+}
+
+void TestPointFile::exportChecksumMismatch()
+{
+    Mfa::Spec spec;
+    spec.descriptor = descriptor(1, '3', 'L');
+    spec.records = "abc";
+    spec.validCrc = false;
+    QVERIFY(writeFile(mfaPath(), Mfa::mfaFile(spec)));
+    QVERIFY(!ChangeMfaToTxt(mfaPath()));
+    QVERIFY(!QFileInfo::exists(txtPath()));
+
+    // An earlier text file is left as it was.
+    QVERIFY(writeFile(txtPath(), "kept\n"));
+    QVERIFY(!ChangeMfaToTxt(mfaPath()));
+    QCOMPARE(readFile(txtPath()), QByteArray("kept\n"));
+}
+
+void TestPointFile::exportCannotReadSource()
+{
+    QVERIFY(!ChangeMfaToTxt(mfaPath(QStringLiteral("missing"))));
+    QVERIFY(writeFile(mfaPath(QStringLiteral("empty")), QByteArray()));
+    QVERIFY(!ChangeMfaToTxt(mfaPath(QStringLiteral("empty"))));
+    QVERIFY(!ChangeMfaToTxt(m_dir->path())); // a folder
+    QVERIFY(!QFileInfo::exists(txtPath(QStringLiteral("missing"))));
+    QVERIFY(!QFileInfo::exists(txtPath(QStringLiteral("empty"))));
+}
+
+void TestPointFile::exportReplacesTextFile()
+{
+    QVERIFY(writeFile(txtPath(), QByteArray(5000, 'z')));
+    QVERIFY(writeFile(mfaPath(), Mfa::mfaFile(descriptor(1, '3', 'L'), bytes({7}))));
+    QVERIFY(ChangeMfaToTxt(mfaPath()));
+    QCOMPARE(readFile(txtPath()), QByteArray("7\n"));
+}
+
+void TestPointFile::exportRawPayload_data()
+{
+    QTest::addColumn<QByteArray>("format");
+    QTest::addColumn<bool>("checksumAfter");
+    QTest::addColumn<QByteArray>("text");
+
+    const QByteArray payload("line one\nline \xe4\xb8\xad\0two\n", 19);
+    QTest::newRow("Format:txt") << QByteArray("Format:txt") << true << payload;
+    QTest::newRow("FORMAT:TXT") << QByteArray("FORMAT:TXT") << true << payload;
+    QTest::newRow("with more text") << QByteArray("format:TXT;Unit:4") << true << payload;
+    // The checksum before the records: nothing lies between them.
+    QTest::newRow("checksum first") << QByteArray("Format:txt") << false << QByteArray();
+}
+
+void TestPointFile::exportRawPayload()
+{
+    QFETCH(QByteArray, format);
+    QFETCH(bool, checksumAfter);
+    QFETCH(QByteArray, text);
+
+    Mfa::Spec spec;
+    spec.descriptor = format;
+    spec.records = QByteArray("line one\nline \xe4\xb8\xad\0two\n", 19);
+    spec.crcPlace = checksumAfter ? Mfa::CrcPlace::AfterRecords : Mfa::CrcPlace::SpareWord;
+    QVERIFY(writeFile(mfaPath(), Mfa::mfaFile(spec)));
+    QVERIFY(ChangeMfaToTxt(mfaPath()));
+    QCOMPARE(readFile(txtPath()), text);
+    QVERIFY(!QFileInfo::exists(mfaPath())); // only raw export removes the source
+}
+
+void TestPointFile::textPathPairing_data()
+{
+    QTest::addColumn<QString>("mfa");
+    QTest::addColumn<QString>("txt");
+    QTest::newRow("pts.mfa") << QStringLiteral("pts.mfa") << QStringLiteral("pts.txt");
+    QTest::newRow("no .mfa") << QStringLiteral("pts.dat") << QStringLiteral("pts.dat.txt");
+    QTest::newRow("twice") << QStringLiteral("a.mfa.mfa") << QStringLiteral("a.txt");
+    QTest::newRow("inside") << QStringLiteral("a.mfab") << QStringLiteral("a.txt");
+    QTest::newRow("upper case") << QStringLiteral("pts.MFA") << QStringLiteral("pts.MFA.txt");
+    QTest::newRow("folder name") << QStringLiteral("dir.mfa/pts.mfa") << QStringLiteral("dir.txt");
+}
+
+void TestPointFile::textPathPairing()
+{
+    QFETCH(QString, mfa);
+    QFETCH(QString, txt);
+    const QString source = m_dir->filePath(mfa);
+    QVERIFY(writeFile(source, Mfa::mfaFile(descriptor(1, '3', 'L'), bytes({9}))));
+    QVERIFY(ChangeMfaToTxt(source));
+    QCOMPARE(readFile(m_dir->filePath(txt)), QByteArray("9\n"));
+
+    // And back: the same pairing.
+    QVERIFY(writeFile(m_dir->filePath(txt), "8\n"));
+    QVERIFY(ChangeTxtToMfa(source));
+    QVERIFY(ChangeMfaToTxt(source));
+    QCOMPARE(readFile(m_dir->filePath(txt)), QByteArray("8\n"));
+}
+
+void TestPointFile::exportCannotOpenOutput()
+{
+    // The text file's folder does not exist.
+    const QString source = m_dir->filePath(QStringLiteral("none.mfa/pts.mfa"));
+    QVERIFY(writeFile(source, Mfa::mfaFile(descriptor(1, '3', 'L'), bytes({9}))));
+    QVERIFY(QDir(m_dir->path()).rename(QStringLiteral("none.mfa"), QStringLiteral("moved.mfa")));
+    const QString moved = m_dir->filePath(QStringLiteral("moved.mfa/pts.mfa"));
+    QVERIFY(QDir(m_dir->path()).mkdir(QStringLiteral("moved.txt"))); // a folder where the text file goes
+    CriticalLog log;
+    QVERIFY(!ChangeMfaToTxt(moved));
+    QCOMPARE(log.messages(), QStringList{QStringLiteral("Failed to open the file.\n")});
+
+    // An immutable folder takes no new file, not even from root.
+    const QString locked = m_dir->filePath(QStringLiteral("locked"));
+    QVERIFY(QDir().mkpath(locked));
+    QVERIFY(writeFile(locked + QStringLiteral("/pts.mfa"), Mfa::mfaFile(descriptor(1, '3', 'L'), bytes({9}))));
+    Immutable immutable(locked);
+    if (!immutable.set)
+        QSKIP("the immutable attribute cannot be set here");
+    CriticalLog lockedLog;
+    QVERIFY(!ChangeMfaToTxt(locked + QStringLiteral("/pts.mfa")));
+    QCOMPARE(lockedLog.messages(), QStringList{QStringLiteral("Failed to open the file.\n")});
+    QVERIFY(!QFileInfo::exists(locked + QStringLiteral("/pts.txt")));
+}
+
+void TestPointFile::exportOnFullDisk()
+{
+    QByteArray records;
+    for (int i = 0; i < kFullDiskRecords; ++i)
+        records += bytes({0xFF, 0xFF, 0xFF, 0xFF}); // "4294967295\n" each
+    QVERIFY(writeFile(mfaPath(), Mfa::mfaFile(descriptor(4, '3', 'L'), records)));
+    QVERIFY(writeFile(txtPath(), "earlier\n"));
+
+    Scenario::Options options;
+    options.environment.insert(QStringLiteral("CTT_MFA"), mfaPath());
+    options.environment.insert(QStringLiteral("CTT_FSIZE"), QStringLiteral("20000"));
+    Scenario::Run run(options);
+    COMMONTOOLS_RUN_SCENARIO(run, "fullDisk");
+    QCOMPARE(run.value("limited"), QStringLiteral("true"));
+    QCOMPARE(run.value("export"), QStringLiteral("false"));
+    QCOMPARE(run.value("exportLog"), QStringLiteral("Failed to write the file.\n"));
+    // Nothing half-written; the earlier text file is still there.
+    QCOMPARE(readFile(txtPath()), QByteArray("earlier\n"));
+    QCOMPARE(QDir(m_dir->path()).entryList(QDir::Files).size(), 2);
+}
+
+void TestPointFile::importEncodesRecords_data()
+{
+    QTest::addColumn<QByteArray>("format");
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QByteArray>("records");
+
+    const QByteArray value("305419896\n"); // 0x12345678
+    QTest::newRow("unit 1") << descriptor(1, '3', 'L') << QByteArray("305419896\n1\n") << bytes({0x78, 0x01});
+    QTest::newRow("unit 2 little") << descriptor(2, '3', 'L') << value << bytes({0x78, 0x56});
+    QTest::newRow("unit 2 big") << descriptor(2, '3', 'B') << value << bytes({0x56, 0x78});
+    QTest::newRow("unit 4 all little") << descriptor(4, '3', 'L') << value << bytes({0x78, 0x56, 0x34, 0x12});
+    QTest::newRow("unit 4 all big") << descriptor(4, '3', 'B') << value << bytes({0x12, 0x34, 0x56, 0x78});
+    QTest::newRow("unit 4 low little") << descriptor(4, 'L', 'L') << value << bytes({0x78, 0x56, 0xFF, 0xFF});
+    QTest::newRow("unit 4 low big") << descriptor(4, 'L', 'B') << value << bytes({0x56, 0x78, 0xFF, 0xFF});
+    // The high half, in the other byte order than export reads it.
+    QTest::newRow("unit 4 high little") << descriptor(4, 'H', 'L') << value << bytes({0xFF, 0xFF, 0x12, 0x34});
+    QTest::newRow("unit 4 high big") << descriptor(4, 'H', 'B') << value << bytes({0xFF, 0xFF, 0x34, 0x12});
+    QTest::newRow("unit 4 valid 0") << descriptor(4, '1', 'L') << value << bytes({0xFF, 0xFF, 0xFF, 0xFF});
+    QTest::newRow("unit 3") << descriptor(3, '3', 'L') << value << bytes({0xFF, 0xFF, 0xFF});
+    QTest::newRow("meaning x") << descriptor(4, '3', 'L', 'x') << QByteArray("x=10,y=20\n") << bytes({10, 0, 20, 0});
+    QTest::newRow("meaning y") << descriptor(4, '3', 'L', 'y') << QByteArray("x=10,y=20\n") << bytes({20, 0, 10, 0});
+}
+
+void TestPointFile::importEncodesRecords()
+{
+    QFETCH(QByteArray, format);
+    QFETCH(QByteArray, text);
+    QFETCH(QByteArray, records);
+
+    const QByteArray before = Mfa::mfaFile(format, QByteArray(records.size(), '\x5A'));
+    QVERIFY(writeFile(mfaPath(), before));
+    QVERIFY(writeFile(txtPath(), text));
+    CriticalLog log;
+    QVERIFY(ChangeTxtToMfa(mfaPath()));
+    QVERIFY(log.messages().isEmpty());
+
+    const QByteArray after = readFile(mfaPath());
+    QCOMPARE(after.size(), before.size());
+    QCOMPARE(after.mid(Mfa::kMfaDataOffset), records);
+    // Everything before the records but the checksum is kept.
+    QCOMPARE(after.left(4), before.left(4));
+    QCOMPARE(after.mid(8, Mfa::kMfaDataOffset - 8), before.mid(8, Mfa::kMfaDataOffset - 8));
+    QCOMPARE(Mfa::getU32(after, 4), Mfa::expectedCrc(after));
+}
+
+void TestPointFile::importParsesLines_data()
+{
+    QTest::addColumn<char>("meaning");
+    QTest::addColumn<QByteArray>("line");
+    QTest::addColumn<quint32>("value");
+
+    QTest::newRow("plain") << '\0' << QByteArray("42\n") << 42u;
+    QTest::newRow("no line end") << '\0' << QByteArray("42") << 42u;
+    QTest::newRow("blanks") << '\0' << QByteArray("  42 \t\n") << 42u;
+    QTest::newRow("CRLF") << '\0' << QByteArray("42\r\n") << 42u;
+    QTest::newRow("largest") << '\0' << QByteArray("4294967295\n") << 0xFFFFFFFFu;
+    QTest::newRow("too large") << '\0' << QByteArray("4294967296\n") << 0u;
+    QTest::newRow("negative") << '\0' << QByteArray("-1\n") << 0u;
+    QTest::newRow("word") << '\0' << QByteArray("abc\n") << 0u;
+    QTest::newRow("hexadecimal") << '\0' << QByteArray("0x10\n") << 0u;
+    QTest::newRow("empty line") << '\0' << QByteArray("\n") << 0u;
+    QTest::newRow("cut at NUL") << '\0' << QByteArray("12\0" "34\n", 6) << 12u;
+    QTest::newRow("pair") << 'x' << QByteArray("x=10,y=20\n") << 10u + (20u << 16);
+    QTest::newRow("pair, y first in value") << 'y' << QByteArray("x=10,y=20\n") << 20u + (10u << 16);
+    QTest::newRow("pair with blanks") << 'x' << QByteArray("x= 10 ,y= 20 \n") << 10u + (20u << 16);
+    QTest::newRow("x above 16 bits") << 'x' << QByteArray("x=70000,y=1\n") << (70000u & 0xFFFFu) + (1u << 16);
+    QTest::newRow("y above 16 bits") << 'x' << QByteArray("x=1,y=70000\n") << 1u + (70000u << 16);
+    QTest::newRow("pair reordered") << 'x' << QByteArray("y=2,x=1\n") << 1u; // x runs from "x=" to the end, y is unreadable
+    QTest::newRow("no comma") << 'x' << QByteArray("x=1 y=2\n") << 0u + (2u << 16);
+    QTest::newRow("garbage") << 'x' << QByteArray("hello\n") << 0u;
+    QTest::newRow("CRLF pair") << 'x' << QByteArray("x=3,y=4\r\n") << 3u + (4u << 16);
+    QTest::newRow("UTF-8 around") << 'x' << QByteArray("\xe4\xb8\xadx=3,y=4\n") << 3u + (4u << 16);
+}
+
+void TestPointFile::importParsesLines()
+{
+    QFETCH(char, meaning);
+    QFETCH(QByteArray, line);
+    QFETCH(quint32, value);
+
+    QVERIFY(writeFile(mfaPath(), Mfa::mfaFile(descriptor(4, '3', 'L', meaning), QByteArray(4, '\0'))));
+    QVERIFY(writeFile(txtPath(), line));
+    QVERIFY(ChangeTxtToMfa(mfaPath()));
+    QCOMPARE(Mfa::getU32(readFile(mfaPath()), Mfa::kMfaDataOffset), value);
+}
+
+void TestPointFile::roundTrip_data()
+{
+    QTest::addColumn<QByteArray>("format");
+    QTest::addColumn<QByteArray>("records");
+
+    QRandomGenerator random(61);
+    QByteArray data(4096, '\0');
+    for (char& c : data)
+        c = char(random.bounded(256));
+    QByteArray lowHalves = data;
+    for (int i = 2; i < lowHalves.size(); i += 4)
+        lowHalves[i] = lowHalves[i + 1] = char(0xFF); // import leaves these bytes at 0xFF
+
+    for (char endian : {'L', 'B'}) {
+        for (char meaning : {char(0), 'x', 'y'}) {
+            const QByteArray suffix = QByteArray(" ") + endian + (meaning ? QByteArray(" ") + meaning : QByteArray());
+            QTest::newRow(("unit 1" + suffix).constData()) << descriptor(1, '3', endian, meaning) << data;
+            QTest::newRow(("unit 2" + suffix).constData()) << descriptor(2, '3', endian, meaning) << data;
+            QTest::newRow(("unit 4 all" + suffix).constData()) << descriptor(4, '3', endian, meaning) << data;
+            QTest::newRow(("unit 4 low" + suffix).constData()) << descriptor(4, 'L', endian, meaning) << lowHalves;
+        }
+    }
+}
+
+void TestPointFile::roundTrip()
+{
+    QFETCH(QByteArray, format);
+    QFETCH(QByteArray, records);
+
+    const QByteArray file = Mfa::mfaFile(format, records);
+    QVERIFY(writeFile(mfaPath(), file));
+    QVERIFY(ChangeMfaToTxt(mfaPath()));
+    const QByteArray text = readFile(txtPath());
+    QVERIFY(!text.isEmpty());
+    QVERIFY(writeFile(mfaPath(), Mfa::mfaFile(format, QByteArray(records.size(), '\0'))));
+    QVERIFY(ChangeTxtToMfa(mfaPath()));
+    QCOMPARE(readFile(mfaPath()), file);
+}
+
+void TestPointFile::importStoresTheChecksumWhereTold()
+{
+    // The checksum goes to crcOffset wherever that is, also inside the
+    // records (which it then overwrites).
+    QByteArray file = Mfa::mfaFile(descriptor(1, '3', 'L'), QByteArray(8, '\0'));
+    Mfa::putU32(file, Mfa::kCrcOffsetField, 12);
+    QVERIFY(writeFile(mfaPath(), file));
+    QVERIFY(writeFile(txtPath(), "1\n2\n3\n4\n5\n6\n7\n8\n"));
+    QVERIFY(ChangeTxtToMfa(mfaPath()));
+    QByteArray after = readFile(mfaPath());
+    QCOMPARE(after.mid(Mfa::kMfaDataOffset), bytes({1, 2, 3, 4, 5, 6, 7, 8}));
+    QCOMPARE(Mfa::getU32(after, 12), Mfa::expectedCrc(after));
+    QCOMPARE(Mfa::getU32(after, 4), Mfa::getU32(file, 4)); // the old place is left alone
+
+    QByteArray inRecords = Mfa::mfaFile(descriptor(1, '3', 'L'), QByteArray(8, '\0'));
+    Mfa::putU32(inRecords, Mfa::kCrcOffsetField, quint32(Mfa::kMfaDataOffset + 4));
+    Mfa::putU32(inRecords, Mfa::kCrcLengthField, quint32(Mfa::kMfaDataOffset - 16));
+    QVERIFY(writeFile(mfaPath(), inRecords));
+    QVERIFY(ChangeTxtToMfa(mfaPath()));
+    after = readFile(mfaPath());
+    QCOMPARE(after.mid(Mfa::kMfaDataOffset, 4), bytes({1, 2, 3, 4}));
+    QCOMPARE(Mfa::getU32(after, Mfa::kMfaDataOffset + 4), Mfa::expectedCrc(after));
+}
+
+void TestPointFile::importLineCount_data()
+{
+    QTest::addColumn<int>("unit");
+    QTest::addColumn<int>("dataBytes");
+    QTest::addColumn<int>("lines");
+    QTest::addColumn<QString>("message");
+
+    QTest::newRow("one more") << 4 << 16 << 5 << QStringLiteral("The text file size is too large.\n");
+    QTest::newRow("one fewer") << 4 << 16 << 3 << QStringLiteral("The text file size is not correct.\n");
+    QTest::newRow("not a multiple, fewer") << 4 << 18 << 4 << QStringLiteral("The text file size is not correct.\n");
+    QTest::newRow("not a multiple, more") << 4 << 18 << 5 << QStringLiteral("The text file size is not correct.\n");
+    QTest::newRow("not a multiple, many") << 4 << 18 << 6 << QStringLiteral("The text file size is too large.\n");
+    QTest::newRow("no records") << 2 << 0 << 1 << QStringLiteral("The text file size is too large.\n");
+    QTest::newRow("width 0") << 0 << 4 << 3 << QStringLiteral("The text file size is not correct.\n");
+    QTest::newRow("width 3") << 3 << 6 << 3 << QStringLiteral("The text file size is too large.\n");
+}
+
+void TestPointFile::importLineCount()
+{
+    QFETCH(int, unit);
+    QFETCH(int, dataBytes);
+    QFETCH(int, lines);
+    QFETCH(QString, message);
+
+    const QByteArray file = Mfa::mfaFile(descriptor(unit, '3', 'L'), QByteArray(dataBytes, '\x11'));
+    QVERIFY(writeFile(mfaPath(), file));
+    QByteArray text;
+    for (int i = 0; i < lines; ++i)
+        text += "7\n";
+    QVERIFY(writeFile(txtPath(), text));
+    CriticalLog log;
+    QVERIFY(!ChangeTxtToMfa(mfaPath()));
+    QCOMPARE(log.messages(), QStringList{message});
+    QCOMPARE(readFile(mfaPath()), file); // left as it was
+}
+
+void TestPointFile::importNothingToDo_data()
+{
+    QTest::addColumn<QByteArray>("format");
+    QTest::addColumn<bool>("withText");
+    QTest::newRow("no text file") << descriptor(1, '3', 'L') << false;
+    QTest::newRow("empty descriptor") << QByteArray() << true;
+    QTest::newRow("unusable descriptor") << QByteArray("Unit:1 Valid:9 Endian:L") << true;
+    QTest::newRow("raw file") << QByteArray("Format:txt") << true;
+}
+
+void TestPointFile::importNothingToDo()
+{
+    QFETCH(QByteArray, format);
+    QFETCH(bool, withText);
+
+    const QByteArray file = Mfa::mfaFile(format, "abcd");
+    QVERIFY(writeFile(mfaPath(), file));
+    if (withText)
+        QVERIFY(writeFile(txtPath(), "1\n2\n3\n4\n"));
+    CriticalLog log;
+    QVERIFY(ChangeTxtToMfa(mfaPath()));
+    QVERIFY(log.messages().isEmpty());
+    QCOMPARE(readFile(mfaPath()), file);
+}
+
+void TestPointFile::importSizeErrors()
+{
+    // An empty text file.
+    QVERIFY(writeFile(mfaPath(), Mfa::mfaFile(descriptor(1, '3', 'L'), "a")));
+    QVERIFY(writeFile(txtPath(), QByteArray()));
+    {
+        CriticalLog log;
+        QVERIFY(!ChangeTxtToMfa(mfaPath()));
+        QCOMPARE(log.messages(), QStringList{QStringLiteral("File size error.\n")});
+    }
+    // An empty point file.
+    QVERIFY(writeFile(txtPath(), "1\n"));
+    QVERIFY(writeFile(mfaPath(), QByteArray()));
+    {
+        CriticalLog log;
+        QVERIFY(!ChangeTxtToMfa(mfaPath()));
+        QCOMPARE(log.messages(), QStringList{QStringLiteral("File size error.\n")});
+    }
+    // A text file that is a folder.
+    QVERIFY(QFile::remove(txtPath()));
+    QVERIFY(QDir(m_dir->path()).mkdir(QStringLiteral("points.txt")));
+    {
+        CriticalLog log;
+        QVERIFY(!ChangeTxtToMfa(mfaPath()));
+        QCOMPARE(log.messages().size(), 1);
+    }
+}
+
+void TestPointFile::importOfRemovedRawFile()
+{
+    Mfa::Spec spec;
+    spec.descriptor = "Format:txt";
+    spec.records = "payload";
+    spec.crcPlace = Mfa::CrcPlace::AfterRecords;
+    QVERIFY(writeFile(mfaPath(), Mfa::mfaFile(spec)));
+    QVERIFY(ChangeMfaToTxt(mfaPath()));
+    QVERIFY(!QFileInfo::exists(mfaPath()));
+
+    // Opened for reading and writing, the missing file is created empty.
+    CriticalLog log;
+    QVERIFY(!ChangeTxtToMfa(mfaPath()));
+    QCOMPARE(log.messages(), QStringList{QStringLiteral("File size error.\n")});
+    QVERIFY(QFileInfo::exists(mfaPath()));
+    QCOMPARE(QFileInfo(mfaPath()).size(), 0);
+    QCOMPARE(readFile(txtPath()), QByteArray("payload"));
+}
+
+void TestPointFile::importHeaderOutsideTheFile_data()
+{
+    QTest::addColumn<int>("field");
+    QTest::addColumn<qint64>("value"); // relative to the file size when negative
+
+    QTest::newRow("dataOffset past the end") << Mfa::kDataOffsetField << qint64(1);
+    QTest::newRow("dataOffset far away") << Mfa::kDataOffsetField << qint64(0xFFFFFFFFu);
+    QTest::newRow("crcOffset at the end") << Mfa::kCrcOffsetField << qint64(0);
+    QTest::newRow("crcOffset far away") << Mfa::kCrcOffsetField << qint64(0xFFFFFFF0u);
+    QTest::newRow("crcLength past the end") << Mfa::kCrcLengthField << qint64(-15);
+    QTest::newRow("crcLength far away") << Mfa::kCrcLengthField << qint64(0xFFFFFFFFu);
+}
+
+void TestPointFile::importHeaderOutsideTheFile()
+{
+    QFETCH(int, field);
+    QFETCH(qint64, value);
+
+    QByteArray file = Mfa::mfaFile(descriptor(1, '3', 'L'), "ab");
+    const qint64 size = file.size();
+    const qint64 absolute = value > 0xFFFF ? value : size + value;
+    Mfa::putU32(file, field, quint32(absolute));
+    QVERIFY(writeFile(mfaPath(), file));
+    QVERIFY(writeFile(txtPath(), "1\n2\n"));
+    CriticalLog log;
+    QVERIFY(!ChangeTxtToMfa(mfaPath()));
+    QCOMPARE(log.messages(),
+             QStringList{QStringLiteral("The header places the records or the checksum outside the file.\n")});
+    QCOMPARE(readFile(mfaPath()), file);
+}
+
+void TestPointFile::importCannotWrite()
+{
+    const QString locked = m_dir->filePath(QStringLiteral("locked"));
+    QVERIFY(QDir().mkpath(locked));
+    const QString mfa = locked + QStringLiteral("/pts.mfa");
+    const QByteArray file = Mfa::mfaFile(descriptor(1, '3', 'L'), "ab");
+    QVERIFY(writeFile(mfa, file));
+    QVERIFY(writeFile(locked + QStringLiteral("/pts.txt"), "1\n2\n"));
+    Immutable immutable(locked);
+    if (!immutable.set)
+        QSKIP("the immutable attribute cannot be set here");
+    CriticalLog log;
+    QVERIFY(!ChangeTxtToMfa(mfa));
+    QCOMPARE(log.messages(), QStringList{QStringLiteral("Failed to open the file.\n")});
+    QCOMPARE(readFile(mfa), file);
+}
+
+void TestPointFile::importOnFullDisk()
+{
+    QByteArray records(kFullDiskRecords * 4, '\0');
+    const QByteArray file = Mfa::mfaFile(descriptor(4, '3', 'L'), records);
+    QVERIFY(writeFile(mfaPath(), file));
+    QByteArray text;
+    for (int i = 0; i < kFullDiskRecords; ++i)
+        text += QByteArray::number(i) + '\n';
+    QVERIFY(writeFile(txtPath(), text));
+
+    Scenario::Options options;
+    options.environment.insert(QStringLiteral("CTT_MFA"), mfaPath());
+    options.environment.insert(QStringLiteral("CTT_FSIZE"), QString::number(file.size() / 2));
+    Scenario::Run run(options);
+    COMMONTOOLS_RUN_SCENARIO(run, "fullDiskImport");
+    QCOMPARE(run.value("limited"), QStringLiteral("true"));
+    QCOMPARE(run.value("import"), QStringLiteral("false"));
+    QCOMPARE(run.value("importLog"), QStringLiteral("Failed to write the file.\n"));
+    QCOMPARE(readFile(mfaPath()), file);
+    QCOMPARE(QDir(m_dir->path()).entryList(QDir::Files).size(), 2);
+}
+
+COMMONTOOLS_SCENARIO_MAIN(TestPointFile)
+#include "tst_pointfile.moc"
