@@ -1,0 +1,432 @@
+// The commontools command-line tool, run as a user runs it.
+
+#include "support/files.h"
+#include "support/mfa_builder.h"
+#include "support/scenario.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <unistd.h>
+
+namespace {
+
+struct Result
+{
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+} // namespace
+
+class TestTool : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanupTestCase();
+
+    void usage_data();
+    void usage();
+    void everyCommandHasHelp();
+    void info();
+    void demo();
+    void calc_data();
+    void calc();
+    void errorCodes_data();
+    void errorCodes();
+    void hex_data();
+    void hex();
+    void network_data();
+    void network();
+    void pointFiles();
+    void pointFileInfo();
+    void settingsCommands();
+    void systemCommands();
+
+private:
+    // Runs the tool with the test's own application name.
+    Result run(const QStringList& arguments) const
+    {
+        QProcess tool;
+        tool.start(QStringLiteral(COMMONTOOLS_TOOL_PATH), QStringList{QStringLiteral("--ini"), m_appIni} + arguments);
+        Result result;
+        if (!tool.waitForFinished(120000)) {
+            tool.kill();
+            return result;
+        }
+        result.exitCode = tool.exitStatus() == QProcess::NormalExit ? tool.exitCode() : -1;
+        result.out = QString::fromUtf8(tool.readAllStandardOutput());
+        result.err = QString::fromUtf8(tool.readAllStandardError());
+        return result;
+    }
+    QString customConfig() const
+    {
+        return QStringLiteral("/opt/%1/bin/Cfg/CustomConfig.ini").arg(m_appName);
+    }
+
+    QTemporaryDir m_dir;
+    QString m_appName;
+    QString m_appIni;
+};
+
+void TestTool::initTestCase()
+{
+    QVERIFY(m_dir.isValid());
+    m_appName = Scenario::uniqueAppName();
+    m_appIni = m_dir.filePath(QStringLiteral("app.ini"));
+    QSettings ini(m_appIni, QSettings::IniFormat);
+    ini.setValue(QStringLiteral("APPName"), m_appName);
+    ini.setValue(QStringLiteral("SoftwareVersion"), QStringLiteral("4.5.6"));
+    ini.sync();
+    QCOMPARE(ini.status(), QSettings::NoError);
+}
+
+void TestTool::cleanupTestCase()
+{
+    Scenario::removeTestOptDir(m_appName);
+}
+
+void TestTool::usage_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("outContains");
+    QTest::addColumn<QString>("errContains");
+
+    QTest::newRow("nothing") << QStringList() << 2 << QStringLiteral("Commands:") << QString();
+    QTest::newRow("--help") << QStringList{QStringLiteral("--help")} << 0 << QStringLiteral("mfa2txt") << QString();
+    QTest::newRow("unknown command") << QStringList{QStringLiteral("frobnicate")} << 2 << QString()
+                                     << QStringLiteral("unknown command 'frobnicate'");
+    QTest::newRow("unknown option") << QStringList{QStringLiteral("--frobnicate")} << 2 << QString()
+                                    << QStringLiteral("frobnicate");
+    QTest::newRow("info with arguments") << QStringList{QStringLiteral("info"), QStringLiteral("x")} << 2 << QString()
+                                         << QStringLiteral("info takes no arguments");
+}
+
+void TestTool::usage()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(int, exitCode);
+    QFETCH(QString, outContains);
+    QFETCH(QString, errContains);
+
+    const Result result = run(arguments);
+    QCOMPARE(result.exitCode, exitCode);
+    QVERIFY2(result.out.contains(outContains), qPrintable(result.out));
+    QVERIFY2(result.err.contains(errContains), qPrintable(result.err));
+}
+
+void TestTool::everyCommandHasHelp()
+{
+    for (const char* command : {"info", "demo", "calc", "error", "hex", "ip", "mask", "mac", "mfa2txt", "txt2mfa",
+                                "crc32", "mfa-info", "config", "filters", "sysinfo", "disk", "writable"}) {
+        const Result result = run({QLatin1String(command), QStringLiteral("--help")});
+        QCOMPARE(result.exitCode, 0);
+        QVERIFY2(result.out.contains(QStringLiteral("commontools ") + QLatin1String(command)), qPrintable(result.out));
+    }
+}
+
+void TestTool::info()
+{
+    const Result result = run({QStringLiteral("info")});
+    QCOMPARE(result.exitCode, 0);
+    QVERIFY2(result.out.contains(QRegularExpression(QStringLiteral("Application name: +%1\n").arg(m_appName))), qPrintable(result.out));
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Software version: +4.5.6\n"))));
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Architecture: +armhf\n"))));
+    QVERIFY(result.out.contains(QStringLiteral("/opt/%1/bin/Temp").arg(m_appName)));
+    QVERIFY(QFileInfo(QStringLiteral("/opt/%1/bin/Temp").arg(m_appName)).isDir());
+}
+
+void TestTool::demo()
+{
+    const Result result = run({QStringLiteral("demo")});
+    QCOMPARE(result.exitCode, 0);
+    for (const char* section : {"Application identity and directories", "Language, version and settings",
+                                "Enumeration filters and features", "Shell commands and processes", "System and storage",
+                                "Expression calculator", "Result codes and hexadecimal text", "Text in code pages",
+                                "Addresses and numbers", "Point files", "Logging"})
+        QVERIFY2(result.out.contains(QStringLiteral("== %1 ==").arg(QLatin1String(section))), section);
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Compute\\(\\(1>2\\)\\?5:max\\(6,7\\)\\): +7\n"))));
+    QVERIFY(result.out.contains(QStringLiteral("(Error Code : 0x90006607) Login failed")));
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("finds this process: +true"))));
+    QVERIFY(result.out.contains(QStringLiteral("x=31,y=62")) || result.out.contains(QStringLiteral("x=30,y=60")));
+    QVERIFY2(result.out.contains(QStringLiteral("a warning from the client")), qPrintable(result.out));
+}
+
+void TestTool::calc_data()
+{
+    QTest::addColumn<QStringList>("expressions");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("out");
+    QTest::addColumn<QString>("err");
+
+    QTest::newRow("two") << QStringList{QStringLiteral("1+2*3"), QStringLiteral("(1>2)?5:max(6,7)")} << 0
+                         << QStringLiteral("7\n7\n") << QString();
+    QTest::newRow("fractions") << QStringList{QStringLiteral("1/4"), QStringLiteral("0xff+1")} << 0
+                               << QStringLiteral("0.25\n256\n") << QString();
+    QTest::newRow("leading minus") << QStringList{QStringLiteral("-5")} << 0 << QStringLiteral("-5\n") << QString();
+    QTest::newRow("after --") << QStringList{QStringLiteral("--"), QStringLiteral("-2*3")} << 0 << QStringLiteral("-6\n")
+                              << QString();
+    QTest::newRow("failure") << QStringList{QStringLiteral("5/0"), QStringLiteral("2")} << 1 << QStringLiteral("2\n")
+                             << QStringLiteral("commontools: calc: '5/0': compute failed.call mathfun failed. the operator '/'.args:'5,0'\n");
+    QTest::newRow("nothing") << QStringList() << 2 << QString() << QStringLiteral("commontools: calc needs at least one expression\n");
+}
+
+void TestTool::calc()
+{
+    QFETCH(QStringList, expressions);
+    QFETCH(int, exitCode);
+    QFETCH(QString, out);
+    QFETCH(QString, err);
+
+    const Result result = run(QStringList{QStringLiteral("calc")} + expressions);
+    QCOMPARE(result.exitCode, exitCode);
+    QCOMPARE(result.out, out);
+    QCOMPARE(result.err, err);
+}
+
+void TestTool::errorCodes_data()
+{
+    QTest::addColumn<QStringList>("codes");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("out");
+
+    QTest::newRow("two") << QStringList{QStringLiteral("0x90006607"), QStringLiteral("0x7000001C")} << 0
+                         << QStringLiteral("(Error Code : 0x90006607) Login failed\n"
+                                           "(Error Code : 0x7000001c) Operation failed.\n");
+    QTest::newRow("negative") << QStringList{QStringLiteral("-1")} << 0
+                              << QStringLiteral("(Error Code : 0xffffffff) Operation failed.\n");
+    QTest::newRow("decimal") << QStringList{QStringLiteral("1879048210")} << 0
+                             << QStringLiteral("(Error Code : 0x70000012) The pixel format is not supported.\n");
+    QTest::newRow("not a code") << QStringList{QStringLiteral("zz")} << 2 << QString();
+    QTest::newRow("too large") << QStringList{QStringLiteral("0x100000000")} << 2 << QString();
+}
+
+void TestTool::errorCodes()
+{
+    QFETCH(QStringList, codes);
+    QFETCH(int, exitCode);
+    QFETCH(QString, out);
+
+    const Result result = run(QStringList{QStringLiteral("error")} + codes);
+    QCOMPARE(result.exitCode, exitCode);
+    QCOMPARE(result.out, out);
+}
+
+void TestTool::hex_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("out");
+
+    QTest::newRow("255 0 4") << QStringList{QStringLiteral("255"), QStringLiteral("0"), QStringLiteral("4")} << 0
+                             << QStringLiteral("0x00FF\n");
+    QTest::newRow("-1 0 0") << QStringList{QStringLiteral("-1"), QStringLiteral("0"), QStringLiteral("0")} << 0
+                            << QStringLiteral("0xFFFFFFFF\n");
+    QTest::newRow("0 0 0") << QStringList{QStringLiteral("0"), QStringLiteral("0"), QStringLiteral("0")} << 0
+                           << QStringLiteral("0x\n");
+    QTest::newRow("halves") << QStringList{QStringLiteral("0x12345678"), QStringLiteral("0xAB"), QStringLiteral("12")} << 0
+                            << QStringLiteral("0x00AB12345678\n");
+    QTest::newRow("two arguments") << QStringList{QStringLiteral("1"), QStringLiteral("2")} << 2 << QString();
+}
+
+void TestTool::hex()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(int, exitCode);
+    QFETCH(QString, out);
+
+    const Result result = run(QStringList{QStringLiteral("hex")} + arguments);
+    QCOMPARE(result.exitCode, exitCode);
+    QCOMPARE(result.out, out);
+}
+
+void TestTool::network_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("out");
+
+    QTest::newRow("ip check") << QStringList{QStringLiteral("ip"), QStringLiteral("check"), QStringLiteral("1.2.3.4"),
+                                             QStringLiteral("127.0.0.1")}
+                              << 1 << QStringLiteral("1.2.3.4: usable\n127.0.0.1: not usable\n");
+    QTest::newRow("ip toint") << QStringList{QStringLiteral("ip"), QStringLiteral("toint"), QStringLiteral("192.168.0.1")}
+                              << 0 << QStringLiteral("192.168.0.1: -1062731775 (0xC0A80001)\n");
+    QTest::newRow("ip tostr") << QStringList{QStringLiteral("ip"), QStringLiteral("tostr"), QStringLiteral("0xC0A80001"),
+                                             QStringLiteral("-1")}
+                              << 0 << QStringLiteral("192.168.0.1\n255.255.255.255\n");
+    QTest::newRow("ip unknown action") << QStringList{QStringLiteral("ip"), QStringLiteral("ping"), QStringLiteral("x")}
+                                       << 2 << QString();
+    QTest::newRow("mask check") << QStringList{QStringLiteral("mask"), QStringLiteral("check"), QStringLiteral("255.255.255.0")}
+                                << 0 << QStringLiteral("255.255.255.0: valid\n");
+    QTest::newRow("mask 31 bits") << QStringList{QStringLiteral("mask"), QStringLiteral("check"), QStringLiteral("255.255.255.254")}
+                                  << 1 << QStringLiteral("255.255.255.254: not valid\n");
+    QTest::newRow("mac tostr halves") << QStringList{QStringLiteral("mac"), QStringLiteral("tostr"), QStringLiteral("0x11"),
+                                                     QStringLiteral("0x22334455")}
+                                      << 0 << QStringLiteral("00:11:22:33:44:55\n");
+    QTest::newRow("mac tostr value") << QStringList{QStringLiteral("mac"), QStringLiteral("tostr"), QStringLiteral("0xAB0011223344")}
+                                     << 0 << QStringLiteral("AB:00:11:22:33:44\n");
+    QTest::newRow("mac toint") << QStringList{QStringLiteral("mac"), QStringLiteral("toint"), QStringLiteral("00:11:22:33:44:55")}
+                               << 0 << QStringLiteral("high 0x00000011 low 0x22334455\n");
+    QTest::newRow("mac toint bad") << QStringList{QStringLiteral("mac"), QStringLiteral("toint"), QStringLiteral("00-11")}
+                                   << 1 << QString();
+}
+
+void TestTool::network()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(int, exitCode);
+    QFETCH(QString, out);
+
+    const Result result = run(arguments);
+    QCOMPARE(result.exitCode, exitCode);
+    QCOMPARE(result.out, out);
+}
+
+void TestTool::pointFiles()
+{
+    const QString mfa = m_dir.filePath(QStringLiteral("points.mfa"));
+    const QString txt = m_dir.filePath(QStringLiteral("points.txt"));
+    QVERIFY(TestFiles::writeFile(mfa, Mfa::mfaFile("Unit:4 Valid:3 Endian:L Meaning:x", QByteArray("\x0a\0\x14\0\x1e\0\x28\0", 8))));
+
+    Result result = run({QStringLiteral("mfa2txt"), mfa});
+    QCOMPARE(result.exitCode, 0);
+    QCOMPARE(result.out, QStringLiteral("Wrote %1\n").arg(txt));
+    QCOMPARE(TestFiles::readFile(txt), QByteArray("x=10,y=20\nx=30,y=40\n"));
+
+    QVERIFY(TestFiles::writeFile(txt, "x=1,y=2\nx=3,y=4\n"));
+    result = run({QStringLiteral("txt2mfa"), mfa});
+    QCOMPARE(result.exitCode, 0);
+    QCOMPARE(result.out, QStringLiteral("Wrote %1\n").arg(mfa));
+    const QByteArray file = TestFiles::readFile(mfa);
+    QCOMPARE(file.mid(Mfa::kMfaDataOffset), QByteArray("\x01\0\x02\0\x03\0\x04\0", 8));
+
+    // The checksum of the covered region, as the header asks for.
+    const QString region = m_dir.filePath(QStringLiteral("region.bin"));
+    QVERIFY(TestFiles::writeFile(region, file.mid(16)));
+    result = run({QStringLiteral("crc32"), region});
+    QCOMPARE(result.exitCode, 0);
+    QCOMPARE(result.out, QStringLiteral("0x%1\n").arg(Mfa::expectedCrc(file), 8, 16, QLatin1Char('0')).toUpper().replace(QStringLiteral("0X"), QStringLiteral("0x")));
+    QCOMPARE(Mfa::getU32(file, 4), Mfa::expectedCrc(file));
+
+    // Continuing over the second half gives the same.
+    const QString head = m_dir.filePath(QStringLiteral("head.bin"));
+    const QString tail = m_dir.filePath(QStringLiteral("tail.bin"));
+    QVERIFY(TestFiles::writeFile(head, file.mid(16, 100)));
+    QVERIFY(TestFiles::writeFile(tail, file.mid(116)));
+    const QString headCrc = run({QStringLiteral("crc32"), head}).out.trimmed();
+    result = run({QStringLiteral("crc32"), QStringLiteral("--continue"), headCrc, tail});
+    QCOMPARE(result.out.trimmed(), run({QStringLiteral("crc32"), region}).out.trimmed());
+
+    // Nothing to convert: no text file beside it.
+    QVERIFY(QFile::remove(txt));
+    result = run({QStringLiteral("txt2mfa"), mfa});
+    QCOMPARE(result.exitCode, 0);
+    QVERIFY(result.out.startsWith(QStringLiteral("Nothing to convert")));
+
+    // A failure: the checksum does not match.
+    QByteArray broken = file;
+    broken[Mfa::kMfaDataOffset] = '\x09';
+    QVERIFY(TestFiles::writeFile(mfa, broken));
+    result = run({QStringLiteral("mfa2txt"), mfa});
+    QCOMPARE(result.exitCode, 1);
+    QVERIFY(result.err.contains(QStringLiteral("was not converted")));
+
+    result = run({QStringLiteral("crc32"), m_dir.filePath(QStringLiteral("missing"))});
+    QCOMPARE(result.exitCode, 1);
+}
+
+void TestTool::pointFileInfo()
+{
+    const QString mfa = m_dir.filePath(QStringLiteral("info.mfa"));
+    QVERIFY(TestFiles::writeFile(mfa, Mfa::mfaFile("Unit:2 Valid:3 Endian:B", QByteArray(6, '\x01'))));
+    Result result = run({QStringLiteral("mfa-info"), mfa});
+    QCOMPARE(result.exitCode, 0);
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Magic: +0x5A5AAA55\n"))));
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Data offset: +256\n"))));
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Descriptor: +Unit:2 Valid:3 Endian:B\n"))));
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Layout: +unit 2, valid 1, endian 0, meaning 0\n"))));
+    QVERIFY2(result.out.contains(QStringLiteral("(matches)")), qPrintable(result.out));
+
+    QVERIFY(TestFiles::writeFile(mfa, QByteArray(10, '\x01')));
+    result = run({QStringLiteral("mfa-info"), mfa});
+    QCOMPARE(result.exitCode, 0);
+    QVERIFY(result.out.contains(QStringLiteral("(not a point file)")));
+    QVERIFY(result.out.contains(QStringLiteral("outside the file")));
+}
+
+void TestTool::settingsCommands()
+{
+    QVERIFY(!QFileInfo::exists(customConfig()));
+    // The filters are stored only in an existing file.
+    Result result = run({QStringLiteral("filters"), QStringLiteral("--vendor-state"), QStringLiteral("1")});
+    QCOMPARE(result.exitCode, 1);
+    QVERIFY(result.err.contains(QStringLiteral("does not exist")));
+    result = run({QStringLiteral("filters")});
+    QCOMPARE(result.exitCode, 0);
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Vendors included: +\\(not set\\)\n"))));
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Basic features: +\"Quellon/quellon/Sarvendi/sarvendi/GEV/U3V\"\n"))));
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Tools supported: +20\n"))));
+
+    result = run({QStringLiteral("config"), QStringLiteral("set"), QStringLiteral("Theme"), QStringLiteral("dark")});
+    QCOMPARE(result.exitCode, 0);
+    QCOMPARE(TestFiles::iniLine(customConfig(), QStringLiteral("Theme")), QStringLiteral("Theme=\"@ByteArray(ZGFyaw==)\""));
+    result = run({QStringLiteral("config"), QStringLiteral("get"), QStringLiteral("Theme")});
+    QCOMPARE(result.out, QStringLiteral("dark\n"));
+    result = run({QStringLiteral("config"), QStringLiteral("get"), QStringLiteral("Missing")});
+    QCOMPARE(result.out, QStringLiteral("\n"));
+    result = run({QStringLiteral("config"), QStringLiteral("set"), QStringLiteral("Theme")});
+    QCOMPARE(result.exitCode, 2);
+
+    result = run({QStringLiteral("filters"), QStringLiteral("--vendor-state"), QStringLiteral("-3"),
+                  QStringLiteral("--vendor-include"), QStringLiteral("A/B"), QStringLiteral("--model-exclude"), QString()});
+    QCOMPARE(result.exitCode, 0);
+    QVERIFY2(result.out.contains(QRegularExpression(QStringLiteral("Vendor filter state: +-3\n"))), qPrintable(result.out));
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Vendors included: +\"A/B\"\n"))));
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Models excluded: +\"\"\n"))));
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Model filter state: +0\n"))));
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Basic features: +\"\"\n"))));
+    QCOMPARE(TestFiles::iniLine(customConfig(), QStringLiteral("VendorInclude")), QStringLiteral("VendorInclude=@ByteArray(QS9C)"));
+    QCOMPARE(TestFiles::iniLine(customConfig(), QStringLiteral("VendorFilter")), QStringLiteral("VendorFilter=-3"));
+
+    result = run({QStringLiteral("filters"), QStringLiteral("--model-state"), QStringLiteral("many")});
+    QCOMPARE(result.exitCode, 2);
+}
+
+void TestTool::systemCommands()
+{
+    Result result = run({QStringLiteral("sysinfo")});
+    QCOMPARE(result.exitCode, 0);
+    QVERIFY2(result.out.contains(QRegularExpression(QStringLiteral("Processors: +%1\n").arg(sysconf(_SC_NPROCESSORS_CONF)))),
+             qPrintable(result.out));
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Byte order: +Little Endian\n"))));
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Memory: +[0-9]+ kB\n"))));
+
+    result = run({QStringLiteral("disk"), m_dir.path(), QStringLiteral("0")});
+    QCOMPARE(result.exitCode, 0);
+    QCOMPARE(result.out, QStringLiteral("%1: not full for 0 bytes\n").arg(m_dir.path()));
+    result = run({QStringLiteral("disk"), m_dir.path(), QStringLiteral("0x7fffffffffffffff")});
+    QCOMPARE(result.exitCode, 1);
+    QVERIFY(result.out.contains(QStringLiteral(": full for 9223372036854775807 bytes")));
+    result = run({QStringLiteral("disk"), QStringLiteral("/nonexistent-ctt/x")});
+    QCOMPARE(result.exitCode, 1);
+    QVERIFY(result.out.contains(QStringLiteral("no volume to measure")));
+
+    result = run({QStringLiteral("writable"), m_dir.path()});
+    QCOMPARE(result.exitCode, 0);
+    QCOMPARE(result.out, QStringLiteral("%1: writable\n").arg(m_dir.path()));
+    QVERIFY(!QFileInfo::exists(m_dir.filePath(QStringLiteral("Permission.Test"))));
+    result = run({QStringLiteral("writable"), m_dir.filePath(QStringLiteral("missing"))});
+    QCOMPARE(result.exitCode, 1);
+}
+
+QTEST_GUILESS_MAIN(TestTool)
+#include "tst_tool.moc"
