@@ -1,0 +1,99 @@
+// Point files: the checksum against zlib's, the export against od (the
+// usual tool for the same dump), and import against export.
+//
+// Usage: bench_pointfile [SECONDS_PER_ROUND]
+
+#include "harness.h"
+#include "support/files.h"
+#include "support/mfa_builder.h"
+
+#include <OrvPointFile.h>
+
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+
+#include <zlib.h>
+
+namespace {
+
+constexpr int kRecords = 1 << 20; // 4 MiB of 4-byte records
+
+QByteArray randomBytes(int size)
+{
+    QByteArray data(size, '\0');
+    QRandomGenerator random(6);
+    random.fillRange(reinterpret_cast<quint32*>(data.data()), size / 4);
+    return data;
+}
+
+// od prints the same numbers, one per line.
+QByteArray odDump(const QString& path, int offset)
+{
+    QProcess od;
+    od.start(QStringLiteral("od"), {QStringLiteral("-An"), QStringLiteral("-v"), QStringLiteral("-tu4"),
+                                    QStringLiteral("-w4"), QStringLiteral("-j%1").arg(offset), path});
+    od.waitForFinished(-1);
+    return od.readAllStandardOutput();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const double seconds = Bench::secondsFromArguments(argc, argv, 0.5);
+
+    const QByteArray block = randomBytes(16 << 20);
+    const auto* bytes = reinterpret_cast<const unsigned char*>(block.constData());
+    if (crc32(bytes, block.size()) != quint32(~::crc32(0xFFFFFFFFul, bytes, uInt(block.size())))) {
+        std::printf("bench_pointfile: the checksums disagree; nothing measured\n");
+        return 1;
+    }
+    Bench::compare("Checksum of 16 MiB", "bytes",
+                   {
+                           {"crc32", [&] { Bench::keep(crc32(bytes, block.size())); return double(block.size()); }},
+                           {"zlib crc32",
+                            [&] {
+                                Bench::keep(::crc32(0xFFFFFFFFul, bytes, uInt(block.size())));
+                                return double(block.size());
+                            }},
+                   },
+                   seconds);
+
+    QTemporaryDir dir;
+    if (!dir.isValid())
+        return 1;
+    const QString mfa = dir.filePath(QStringLiteral("points.mfa"));
+    const QString txt = dir.filePath(QStringLiteral("points.txt"));
+    // Records up to the end of the file: the same text od prints, once its
+    // blanks are gone.
+    const QByteArray file = Mfa::mfaFile("Unit:4 Valid:3 Endian:L", randomBytes(kRecords * 4));
+    TestFiles::writeFile(mfa, file);
+    if (!OrvInterface::ChangeMfaToTxt(mfa)
+        || TestFiles::readFile(txt) != odDump(mfa, Mfa::kMfaDataOffset).replace(' ', QByteArray())) {
+        std::printf("bench_pointfile: the export and od disagree; nothing measured\n");
+        return 1;
+    }
+    Bench::compare("Point file of 1M records to text", "records",
+                   {
+                           {"ChangeMfaToTxt", [&] { OrvInterface::ChangeMfaToTxt(mfa); return double(kRecords); }},
+                           {"od -An -v -tu4 -w4",
+                            [&] {
+                                Bench::keep(odDump(mfa, Mfa::kMfaDataOffset).size());
+                                return double(kRecords);
+                            }},
+                   },
+                   seconds);
+
+    Bench::compare("Text back into the point file", "records",
+                   {
+                           {"ChangeMfaToTxt", [&] { OrvInterface::ChangeMfaToTxt(mfa); return double(kRecords); }},
+                           {"ChangeTxtToMfa", [&] { OrvInterface::ChangeTxtToMfa(mfa); return double(kRecords); }},
+                   },
+                   seconds);
+    if (TestFiles::readFile(mfa) != file) {
+        std::printf("bench_pointfile: the round trip changed the file\n");
+        return 1;
+    }
+    return 0;
+}
