@@ -84,6 +84,8 @@ private slots:
     void cutStringReturnsWholeWhenNothingFits();
     void surrogatePairsStayWhole_data();
     void surrogatePairsStayWhole();
+    void truncationKeepsCharactersWhole_data();
+    void truncationKeepsCharactersWhole();
     void cutStringLocale();
 
     void char2QString_data();
@@ -172,6 +174,49 @@ void TestCodec::surrogatePairsStayWhole()
     QCOMPARE(cut, expected);
     QVERIFY(cut.toUtf8().size() <= limit);
     QVERIFY(cut.isEmpty() || !cut.at(cut.size() - 1).isHighSurrogate());
+}
+
+void TestCodec::truncationKeepsCharactersWhole_data()
+{
+    QTest::addColumn<QByteArray>("codec");
+    QTest::addColumn<QString>("text");
+
+    const QString chinese = QStringLiteral("a\u4e2d\u6587b\u5b57\u7b26c");
+    QTest::newRow("UTF-8") << QByteArray("UTF-8") << chinese + QStringLiteral("\u00e9") + kEmoji;
+    QTest::newRow("GBK") << QByteArray("GBK") << chinese;
+    QTest::newRow("GB18030") << QByteArray("GB18030") << chinese + QStringLiteral("\u0080\u00e9");
+    QTest::newRow("Big5") << QByteArray("Big5") << QStringLiteral("x\u7e41\u9ad4y\u4e2d\u6587z");
+    QTest::newRow("Shift_JIS") << QByteArray("Shift_JIS") << QStringLiteral("k\u65e5\u672c\u8a9e\uff76\u30ab\u30bfn");
+    QTest::newRow("EUC-KR") << QByteArray("EUC-KR") << QStringLiteral("h\ud55c\uad6d\uc5b4!");
+}
+
+void TestCodec::truncationKeepsCharactersWhole()
+{
+    QFETCH(QByteArray, codec);
+    QFETCH(QString, text);
+
+    QTextCodec* c = QTextCodec::codecForName(codec);
+    QVERIFY(c);
+    QCOMPARE(c->toUnicode(c->fromUnicode(text)), text); // the code page holds every character
+    const int whole = c->fromUnicode(text).size();
+    for (int limit = 0; limit <= whole; ++limit) {
+        const QString cut = OrvInterface::cutString(text, limit, codec.constData());
+        QVERIFY(text.startsWith(cut));
+        const QByteArray bytes = c->fromUnicode(cut);
+        QVERIFY2(bytes.size() <= limit, qPrintable(QStringLiteral("%1 bytes in %2").arg(bytes.size()).arg(limit)));
+        // The longest fitting prefix: one more character would not fit.
+        if (cut.size() < text.size()) {
+            const int next = text.at(cut.size()).isHighSurrogate() ? 2 : 1;
+            QVERIFY(c->fromUnicode(text.left(cut.size() + next)).size() > limit);
+        }
+
+        // Written to a buffer and read back: the same characters, none cut.
+        GuardedBuffer buffer;
+        OrvInterface::string2Char(text, buffer.bytes, limit, codec.constData());
+        QVERIFY(buffer.untouchedFrom(limit));
+        if (limit > 0) // a length of 0 would read up to a NUL the guard lacks
+            QCOMPARE(OrvInterface::char2QString(buffer.bytes, limit, codec.constData()), cut);
+    }
 }
 
 void TestCodec::cutStringLocale()

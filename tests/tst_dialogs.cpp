@@ -177,6 +177,7 @@ private slots:
     void diskFull();
     void diskFullInvalidVolume();
     void permission();
+    void permissionDeniedEvenToRoot();
     void permissionRemovesAnExistingProbe();
     void permissionSlashlessPath();
     void permissionAsOrdinaryUser();
@@ -288,6 +289,19 @@ void TestDialogs::permission()
 
     QVERIFY(!testDirPermission(dir.filePath(QStringLiteral("missing")), false));
     QVERIFY(!testDirPermission(dir.filePath(QStringLiteral("missing/x.txt")), true));
+}
+
+void TestDialogs::permissionDeniedEvenToRoot()
+{
+    // No file can be created in /proc, whoever asks.
+    QVERIFY(!testDirPermission(QStringLiteral("/proc"), false));
+    QVERIFY(!testDirPermission(QStringLiteral("/proc/x.txt"), true));
+    QVERIFY(!QFileInfo::exists(QStringLiteral("/proc/Permission.Test")));
+    // Its volume has nothing available, and is measured all the same.
+    bool valid = false;
+    QVERIFY(IsDiskFull(QStringLiteral("/proc"), 1, &valid));
+    QVERIFY(valid);
+    QVERIFY(!IsDiskFull(QStringLiteral("/proc"), 0, &valid));
 }
 
 void TestDialogs::permissionRemovesAnExistingProbe()

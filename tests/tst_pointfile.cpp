@@ -160,6 +160,7 @@ private slots:
     void importParsesLines();
     void roundTrip_data();
     void roundTrip();
+    void largeRoundTrip();
     void importStoresTheChecksumWhereTold();
     void importLineCount_data();
     void importLineCount();
@@ -718,6 +719,23 @@ void TestPointFile::roundTrip()
     QVERIFY(writeFile(mfaPath(), Mfa::mfaFile(format, QByteArray(records.size(), '\0'))));
     QVERIFY(ChangeTxtToMfa(mfaPath()));
     QCOMPARE(readFile(mfaPath()), file);
+}
+
+void TestPointFile::largeRoundTrip()
+{
+    // 400 000 records of every kind of value.
+    constexpr int kRecords = 400000;
+    QByteArray records(kRecords * 4, '\0');
+    QRandomGenerator random(400000);
+    random.fillRange(reinterpret_cast<quint32*>(records.data()), kRecords);
+    const QByteArray format = descriptor(4, '3', 'B', 'y');
+    const QByteArray file = Mfa::mfaFile(format, records);
+    QVERIFY(writeFile(mfaPath(), file));
+    QVERIFY(ChangeMfaToTxt(mfaPath()));
+    QCOMPARE(readFile(txtPath()).count('\n'), kRecords);
+    QVERIFY(writeFile(mfaPath(), Mfa::mfaFile(format, QByteArray(records.size(), '\0'))));
+    QVERIFY(ChangeTxtToMfa(mfaPath()));
+    QVERIFY(readFile(mfaPath()) == file); // not QCOMPARE: no 1.6 MB dump on failure
 }
 
 void TestPointFile::importStoresTheChecksumWhereTold()
