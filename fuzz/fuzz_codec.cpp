@@ -19,11 +19,24 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     if (size < 2 || size > 4096)
         return 0;
-    const char* codecName = kCodecs[data[0] % (sizeof kCodecs / sizeof *kCodecs)];
+    // The first byte picks a code page, or (from 0xF0) says how many of the
+    // following bytes are a name of the input's own.
+    QByteArray name;
+    size_t start = 2;
+    if (data[0] >= 0xF0) {
+        const size_t length = qMin(size_t(data[0] & 0x0F), size - 2);
+        name = QByteArray(reinterpret_cast<const char*>(data) + 2, int(length));
+        start += length;
+    } else {
+        name = kCodecs[data[0] % (sizeof kCodecs / sizeof *kCodecs)];
+    }
+    const char* codecName = name.constData();
     const int limit = int(data[1]) - 16; // -16 .. 239
     // An exact-size copy, so that a read past n bytes is caught.
-    std::vector<char> bytes(reinterpret_cast<const char*>(data) + 2, reinterpret_cast<const char*>(data) + size);
+    std::vector<char> bytes(reinterpret_cast<const char*>(data) + start, reinterpret_cast<const char*>(data) + size);
     const int n = int(bytes.size());
+    if (n == 0)
+        return 0; // a length of 0 means "up to a NUL", which an empty buffer lacks
 
     const QString text = OrvInterface::char2QString(bytes.data(), n, codecName);
     const QString cut = OrvInterface::cutString(text, limit, codecName);

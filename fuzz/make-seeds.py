@@ -88,6 +88,7 @@ def main():
         b"\x00\x0aabc", b"\x00\x0d" + "中文字符测试".encode(), b"\x01\x14" + "中文".encode("gbk"),
         b"\x02\x16" + "\u0080\u0080\u0080".encode("gb18030"), b"\x00\x13" + "a😀b😀".encode(),
         b"\x03\x20caf\xe9", b"\x00\x00ab\x00cd",
+        b"\xf4\x12Big5" + "繁體中文".encode("big5"), b"\xf6\x0aEUC-KR" + "한국어".encode("euc-kr"),
     ])
     write("network", [t.encode() for t in [
         "192.168.0.1", "010.1.1.1", "1.2.3.256", "255.255.255.252", "255.254.0.0", "00:11:22:33:44:55",
