@@ -378,11 +378,11 @@ void TestPointFile::exportRecords()
 
 void TestPointFile::exportStopsAtTheChecksum()
 {
-    Mfa::Spec spec;
-    spec.descriptor = descriptor(2, '3', 'L');
-    spec.records = bytes({1, 0, 2, 0, 3, 0});
-    spec.crcPlace = Mfa::CrcPlace::AfterRecords;
-    QVERIFY(writeFile(mfaPath(), Mfa::mfaFile(spec)));
+    Mfa::Contents contents;
+    contents.descriptor = descriptor(2, '3', 'L');
+    contents.records = bytes({1, 0, 2, 0, 3, 0});
+    contents.crcPlace = Mfa::CrcPlace::AfterRecords;
+    QVERIFY(writeFile(mfaPath(), Mfa::mfaFile(contents)));
     QVERIFY(ChangeMfaToTxt(mfaPath()));
     QCOMPARE(readFile(txtPath()), QByteArray("1\n2\n3\n"));
 }
@@ -400,7 +400,7 @@ void TestPointFile::exportIgnoresWhatIsNotAPointFile_data()
 {
     QTest::addColumn<QByteArray>("file");
 
-    Mfa::Spec wrongMagic;
+    Mfa::Contents wrongMagic;
     wrongMagic.descriptor = descriptor(1, '3', 'L');
     wrongMagic.records = "abc";
     wrongMagic.magic = 0x5A5AAA56u;
@@ -460,11 +460,11 @@ void TestPointFile::exportIgnoresWhatIsNotAPointFile()
 
 void TestPointFile::exportChecksumMismatch()
 {
-    Mfa::Spec spec;
-    spec.descriptor = descriptor(1, '3', 'L');
-    spec.records = "abc";
-    spec.validCrc = false;
-    QVERIFY(writeFile(mfaPath(), Mfa::mfaFile(spec)));
+    Mfa::Contents contents;
+    contents.descriptor = descriptor(1, '3', 'L');
+    contents.records = "abc";
+    contents.validCrc = false;
+    QVERIFY(writeFile(mfaPath(), Mfa::mfaFile(contents)));
     QVERIFY(!ChangeMfaToTxt(mfaPath()));
     QVERIFY(!QFileInfo::exists(txtPath()));
 
@@ -512,11 +512,11 @@ void TestPointFile::exportRawPayload()
     QFETCH(bool, checksumAfter);
     QFETCH(QByteArray, text);
 
-    Mfa::Spec spec;
-    spec.descriptor = format;
-    spec.records = QByteArray("line one\nline \xe4\xb8\xad\0two\n", 19);
-    spec.crcPlace = checksumAfter ? Mfa::CrcPlace::AfterRecords : Mfa::CrcPlace::SpareWord;
-    QVERIFY(writeFile(mfaPath(), Mfa::mfaFile(spec)));
+    Mfa::Contents contents;
+    contents.descriptor = format;
+    contents.records = QByteArray("line one\nline \xe4\xb8\xad\0two\n", 19);
+    contents.crcPlace = checksumAfter ? Mfa::CrcPlace::AfterRecords : Mfa::CrcPlace::SpareWord;
+    QVERIFY(writeFile(mfaPath(), Mfa::mfaFile(contents)));
     QVERIFY(ChangeMfaToTxt(mfaPath()));
     QCOMPARE(readFile(txtPath()), text);
     QVERIFY(!QFileInfo::exists(mfaPath())); // only raw export removes the source
@@ -853,11 +853,11 @@ void TestPointFile::importSizeErrors()
 
 void TestPointFile::importOfRemovedRawFile()
 {
-    Mfa::Spec spec;
-    spec.descriptor = "Format:txt";
-    spec.records = "payload";
-    spec.crcPlace = Mfa::CrcPlace::AfterRecords;
-    QVERIFY(writeFile(mfaPath(), Mfa::mfaFile(spec)));
+    Mfa::Contents contents;
+    contents.descriptor = "Format:txt";
+    contents.records = "payload";
+    contents.crcPlace = Mfa::CrcPlace::AfterRecords;
+    QVERIFY(writeFile(mfaPath(), Mfa::mfaFile(contents)));
     QVERIFY(ChangeMfaToTxt(mfaPath()));
     QVERIFY(!QFileInfo::exists(mfaPath()));
 

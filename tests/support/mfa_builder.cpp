@@ -34,22 +34,22 @@ quint32 expectedCrc(const QByteArray& file)
     return referenceCrc(file.mid(kCrcRegionStart, int(getU32(file, kCrcLengthField))));
 }
 
-QByteArray mfaFile(const Spec& spec)
+QByteArray mfaFile(const Contents& contents)
 {
-    const int dataOffset = int(spec.dataOffset);
+    const int dataOffset = int(contents.dataOffset);
     QByteArray file(dataOffset, '\0');
     // Recognisable bytes in the fields nobody interprets: they must survive.
     for (int i = 40; i < kDescriptorOffset && i < dataOffset; ++i)
         file[i] = char(i);
-    putU32(file, 0, spec.magic);
+    putU32(file, 0, contents.magic);
     putU32(file, 12, 0xC0FFEE00u);
-    putU32(file, kDataOffsetField, spec.dataOffset);
-    file.replace(kDescriptorOffset, spec.descriptor.size(), spec.descriptor);
-    file[kDescriptorOffset + spec.descriptor.size()] = '\0';
-    file.append(spec.records);
+    putU32(file, kDataOffsetField, contents.dataOffset);
+    file.replace(kDescriptorOffset, contents.descriptor.size(), contents.descriptor);
+    file[kDescriptorOffset + contents.descriptor.size()] = '\0';
+    file.append(contents.records);
 
     quint32 crcOffset = 4;
-    if (spec.crcPlace == CrcPlace::AfterRecords) {
+    if (contents.crcPlace == CrcPlace::AfterRecords) {
         crcOffset = quint32(file.size());
         file.append(4, '\0');
         putU32(file, kCrcLengthField, crcOffset - kCrcRegionStart);
@@ -57,16 +57,16 @@ QByteArray mfaFile(const Spec& spec)
         putU32(file, kCrcLengthField, quint32(file.size() - kCrcRegionStart));
     }
     putU32(file, kCrcOffsetField, crcOffset);
-    putU32(file, int(crcOffset), expectedCrc(file) + (spec.validCrc ? 0 : 1));
+    putU32(file, int(crcOffset), expectedCrc(file) + (contents.validCrc ? 0 : 1));
     return file;
 }
 
 QByteArray mfaFile(const QByteArray& descriptor, const QByteArray& records)
 {
-    Spec spec;
-    spec.descriptor = descriptor;
-    spec.records = records;
-    return mfaFile(spec);
+    Contents contents;
+    contents.descriptor = descriptor;
+    contents.records = records;
+    return mfaFile(contents);
 }
 
 } // namespace Mfa

@@ -32,7 +32,7 @@ enum class CrcPlace {
     AfterRecords,  // four bytes after the records, which end there
 };
 
-struct Spec
+struct Contents
 {
     QByteArray descriptor;     // written at offset 120, NUL-terminated
     QByteArray records;        // written at dataOffset
@@ -42,7 +42,7 @@ struct Spec
     bool validCrc = true;      // false: the stored checksum is off by one
 };
 
-QByteArray mfaFile(const Spec& spec);
+QByteArray mfaFile(const Contents& contents);
 QByteArray mfaFile(const QByteArray& descriptor, const QByteArray& records);
 
 // The checksum the header of file asks for, recomputed (no bounds checks:
