@@ -152,12 +152,12 @@ bool ExpressBuilder::checkFun()
     for (Word* function : qAsConst(words)) {
         if (function->type != Function)
             continue;
-        const QByteArray name = local(function->text);
+        const auto name = [function] { return local(function->text); };
         const int position = function->position + function->text.size();
 
         Word* open = function->next;
         if (!isText(open, kOpen)) {
-            setCalculatorErrorFormat(kFunNotOpened, name.constData(), position);
+            setCalculatorErrorFormat(kFunNotOpened, name().constData(), position);
             return false;
         }
         open->funBracket = true;
@@ -182,18 +182,18 @@ bool ExpressBuilder::checkFun()
                 hasContent = true;
         }
         if (!close) {
-            setCalculatorErrorFormat(kFunNotClosed, name.constData(), position);
+            setCalculatorErrorFormat(kFunNotClosed, name().constData(), position);
             return false;
         }
         close->funBracket = true;
 
         const int paramCount = g_mapOperators.value(function->text).ParamCount();
         if (commas + 1 != paramCount) {
-            setCalculatorErrorFormat(kFunParamCount, name.constData(), commas + 1, paramCount, position);
+            setCalculatorErrorFormat(kFunParamCount, name().constData(), commas + 1, paramCount, position);
             return false;
         }
         if (!hasContent) {
-            setCalculatorErrorFormat(kFunEmpty, name.constData(), position);
+            setCalculatorErrorFormat(kFunEmpty, name().constData(), position);
             return false;
         }
     }

@@ -44,11 +44,12 @@ bool reduceFirstOperator(QList<IStackObject*>& objects, int index)
         setCalculatorError(kNoOperator);
         return false;
     }
-    const QByteArray symbol = op->Symbol().toLocal8Bit();
+    // The symbol's bytes are needed only for a message.
+    const auto symbol = [op] { return op->Symbol().toLocal8Bit(); };
     const int count = op->ParamCount();
     const int start = index - count;
     if (start < 0) {
-        setCalculatorErrorFormat(kParamIndex, start, symbol.constData());
+        setCalculatorErrorFormat(kParamIndex, start, symbol().constData());
         return false;
     }
 
@@ -57,7 +58,7 @@ bool reduceFirstOperator(QList<IStackObject*>& objects, int index)
     for (int i = start; i < index; ++i) {
         const IStackObject* object = objects.at(i);
         if (object->Type() != OperandObject) {
-            setCalculatorErrorFormat(kNotOperand, object->Symbol().toLocal8Bit().constData(), symbol.constData());
+            setCalculatorErrorFormat(kNotOperand, object->Symbol().toLocal8Bit().constData(), symbol().constData());
             return false;
         }
         const Operand_* operand = dynamic_cast<const Operand_*>(object);
@@ -69,7 +70,7 @@ bool reduceFirstOperator(QList<IStackObject*>& objects, int index)
     double result = 0.0;
     const MathFunction function = op->MathFun();
     if (!function || !function(args, result)) {
-        setCalculatorErrorFormat(kMathFunFailed, symbol.constData(), argumentText(args).toLocal8Bit().constData());
+        setCalculatorErrorFormat(kMathFunFailed, symbol().constData(), argumentText(args).toLocal8Bit().constData());
         return false;
     }
 
