@@ -13,11 +13,6 @@ namespace {
 constexpr qint64 kInt32Min = -2147483648LL;
 constexpr qint64 kUInt32Max = 4294967295LL;
 
-QString hex32(unsigned int value)
-{
-    return QStringLiteral("0x%1").arg(value, 8, 16, QLatin1Char('0')).toUpper().replace(QLatin1String("0X"), QLatin1String("0x"));
-}
-
 // Splits "ACTION ARGS..." and checks that ARGS is not empty.
 bool actionAndArguments(const QCommandLineParser& parser, QString* action, QStringList* rest)
 {

@@ -13,11 +13,6 @@ namespace Tool {
 
 namespace {
 
-QString hex32(quint32 value)
-{
-    return QStringLiteral("0x%1").arg(value, 8, 16, QLatin1Char('0')).toUpper().replace(QLatin1String("0X"), QLatin1String("0x"));
-}
-
 quint32 u32At(const QByteArray& file, int offset)
 {
     quint32 value = 0;

@@ -38,6 +38,9 @@ int parseCommandLine(QCommandLineParser& parser, const QStringList& arguments, c
 // [min, max].
 bool parseInteger(const QString& text, qint64 min, qint64 max, qint64* value);
 
+// "0x" and eight upper-case hexadecimal digits.
+QString hex32(quint32 value);
+
 // "true" or "false".
 QString yesNo(bool value);
 

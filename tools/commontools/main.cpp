@@ -127,6 +127,11 @@ bool parseInteger(const QString& text, qint64 min, qint64 max, qint64* value)
     return true;
 }
 
+QString hex32(quint32 value)
+{
+    return QStringLiteral("0x") + QString::number(value, 16).rightJustified(8, QLatin1Char('0')).toUpper();
+}
+
 QString yesNo(bool value)
 {
     return value ? QStringLiteral("true") : QStringLiteral("false");
