@@ -1,12 +1,13 @@
 // Messages for result codes, display codes and hexadecimal text.
 
+#include "support/childprocess.h"
+
 #include <OrvFunction.h>
 
 #include <QCoreApplication>
 #include <QDomDocument>
 #include <QFile>
 #include <QMap>
-#include <QProcess>
 #include <QSet>
 #include <QTemporaryDir>
 #include <QTest>
@@ -222,12 +223,13 @@ void TestErrorTexts::messagesAreTranslated()
     const QString ts = dir.filePath(QStringLiteral("messages.ts"));
     const QString qm = dir.filePath(QStringLiteral("messages.qm"));
 
-    QProcess lupdate;
-    lupdate.setProcessChannelMode(QProcess::MergedChannels);
-    lupdate.start(QStringLiteral(COMMONTOOLS_LUPDATE),
-                  {QStringLiteral(COMMONTOOLS_SOURCE_DIR "/src/function/errortexts.cpp"), QStringLiteral("-ts"), ts});
-    QVERIFY(lupdate.waitForFinished(120000));
-    QVERIFY2(lupdate.exitCode() == 0, lupdate.readAll().constData());
+    TestProcess::Options lupdate;
+    lupdate.targetProgram = false;
+    lupdate.mergeOutput = true;
+    lupdate.arguments = QStringList{QStringLiteral(COMMONTOOLS_SOURCE_DIR "/src/function/errortexts.cpp"),
+                                    QStringLiteral("-ts"), ts};
+    const TestProcess::Result updated = TestProcess::run(QStringLiteral(COMMONTOOLS_LUPDATE), lupdate);
+    QVERIFY2(updated.succeeded(), updated.out.constData());
 
     // Every source text gets a translation of its own.
     QDomDocument document;
@@ -259,11 +261,12 @@ void TestErrorTexts::messagesAreTranslated()
     expected << kOperationFailed << QStringLiteral("Error Code : 0x");
     QCOMPARE(sources, expected);
 
-    QProcess lrelease;
-    lrelease.setProcessChannelMode(QProcess::MergedChannels);
-    lrelease.start(QStringLiteral(COMMONTOOLS_LRELEASE), {ts, QStringLiteral("-qm"), qm});
-    QVERIFY(lrelease.waitForFinished(120000));
-    QVERIFY2(lrelease.exitCode() == 0, lrelease.readAll().constData());
+    TestProcess::Options lrelease;
+    lrelease.targetProgram = false;
+    lrelease.mergeOutput = true;
+    lrelease.arguments = QStringList{ts, QStringLiteral("-qm"), qm};
+    const TestProcess::Result released = TestProcess::run(QStringLiteral(COMMONTOOLS_LRELEASE), lrelease);
+    QVERIFY2(released.succeeded(), released.out.constData());
 
     QTranslator translator;
     QVERIFY(translator.load(qm));

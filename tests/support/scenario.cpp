@@ -1,10 +1,11 @@
 #include "scenario.h"
 
+#include "childprocess.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QProcess>
 #include <QSettings>
 #include <QUrl>
 
@@ -171,23 +172,20 @@ bool Run::exec(const char* scenario)
         return false;
     }
 
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QLatin1String(kScenarioVariable), QLatin1String(scenario));
-    for (auto it = m_options.environment.cbegin(); it != m_options.environment.cend(); ++it)
-        environment.insert(it.key(), it.value());
-    for (const QString& name : m_options.unsetEnvironment)
-        environment.remove(name);
-
-    QProcess child;
-    child.setProcessEnvironment(environment);
-    child.setProcessChannelMode(QProcess::MergedChannels);
-    child.setWorkingDirectory(appDir());
-    child.start(appDir() + QLatin1Char('/') + QFileInfo(QCoreApplication::applicationFilePath()).fileName(),
-                QStringList());
-    const bool finished = child.waitForFinished(300000);
-    if (!finished)
-        child.kill();
-    m_output = QString::fromUtf8(child.readAll());
+    TestProcess::Options options;
+    options.setEnvironment = m_options.environment;
+    options.setEnvironment.insert(QLatin1String(kScenarioVariable), QLatin1String(scenario));
+    options.unsetEnvironment = m_options.unsetEnvironment;
+    options.workingDirectory = appDir();
+    options.mergeOutput = true;
+    const TestProcess::Result result = TestProcess::run(
+            appDir() + QLatin1Char('/') + QFileInfo(QCoreApplication::applicationFilePath()).fileName(), options,
+            300000);
+    m_output = QString::fromUtf8(result.out);
+    if (!result.started)
+        m_output = QStringLiteral("the child could not be started");
+    else if (result.timedOut)
+        m_output += QStringLiteral("\n(killed after 300 s)");
 
     for (const QString& line : m_output.split(QLatin1Char('\n'))) {
         if (!line.startsWith(QLatin1Char('@')))
@@ -197,7 +195,7 @@ bool Run::exec(const char* scenario)
             continue;
         m_values[line.mid(1, equals - 1)].append(QUrl::fromPercentEncoding(line.mid(equals + 1).toUtf8()));
     }
-    return finished && child.exitStatus() == QProcess::NormalExit && child.exitCode() == 0;
+    return result.succeeded();
 }
 
 QString Run::value(const QString& key) const
