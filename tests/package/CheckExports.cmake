@@ -1,11 +1,15 @@
 # Compares the dynamic symbols a shared library defines with a list, so that
-# nothing but the documented interface leaves it.
+# nothing but the documented interface leaves it, and checks that each
+# carries the version node VERSION.
 #
-#   cmake -DLIBRARY=libCommonTools.so -DNM=nm -DLIST=exports.txt [-DUPDATE=ON] -P CheckExports.cmake
+#   cmake -DLIBRARY=libCommonTools.so -DNM=nm -DLIST=exports.txt -DVERSION=COMMONTOOLS_1
+#         [-DLINKED_IN=name,...] [-DUPDATE=ON] -P CheckExports.cmake
 #
+# LINKED_IN names symbols that must be in the library's symbol table (but
+# not exported): the static code whose symbols must stay in.
 # With UPDATE the list is rewritten from the library instead.
 
-foreach(var LIBRARY NM LIST)
+foreach(var LIBRARY NM LIST VERSION)
     if(NOT ${var})
         message(FATAL_ERROR "CheckExports: ${var} is not set")
     endif()
@@ -21,12 +25,26 @@ endif()
 
 string(REPLACE "\n" ";" lines "${output}")
 set(symbols "")
+set(unversioned "")
 foreach(line IN LISTS lines)
-    # "<address> <type> <name>"; the linker's own markers are not ours.
-    if(line MATCHES "^[0-9a-fA-F]+ [A-Za-z] (.+)$")
-        set(name "${CMAKE_MATCH_1}")
+    # "<address> <type> <name>[@@<version>]"; the linker's own markers and
+    # the version node's own symbol are not ours.
+    if(line MATCHES "^[0-9a-fA-F]+ ([A-Za-z]) (.+)$")
+        set(type "${CMAKE_MATCH_1}")
+        set(name "${CMAKE_MATCH_2}")
+        set(version "")
+        if(name MATCHES "^([^@]+)@@?([^@]+)$")
+            set(name "${CMAKE_MATCH_1}")
+            set(version "${CMAKE_MATCH_2}")
+        endif()
+        if(type STREQUAL "A" AND name STREQUAL VERSION)
+            continue()
+        endif()
         if(NOT name MATCHES "^(__bss_start|_edata|_end|_init|_fini)$")
             list(APPEND symbols "${name}")
+            if(NOT version STREQUAL VERSION)
+                list(APPEND unversioned "${name}")
+            endif()
         endif()
     endif()
 endforeach()
@@ -41,12 +59,29 @@ if(UPDATE)
     return()
 endif()
 
+if(LINKED_IN)
+    execute_process(
+        COMMAND ${NM} --defined-only ${LIBRARY}
+        OUTPUT_VARIABLE all_symbols
+        RESULT_VARIABLE result)
+    string(REPLACE "," ";" linked_in "${LINKED_IN}")
+    foreach(name IN LISTS linked_in)
+        if(NOT all_symbols MATCHES "[0-9a-fA-F]+ [A-Za-z] ${name}\n")
+            message(FATAL_ERROR "CheckExports: ${name} is not linked into ${LIBRARY}: nothing was checked")
+        endif()
+    endforeach()
+endif()
+
 file(STRINGS ${LIST} expected)
 list(SORT expected)
 set(unexpected ${symbols})
 list(REMOVE_ITEM unexpected ${expected})
 set(missing ${expected})
 list(REMOVE_ITEM missing ${symbols})
+if(unversioned)
+    string(REPLACE ";" "\n  " unversioned_text "${unversioned}")
+    message(FATAL_ERROR "CheckExports: not in the version node ${VERSION}:\n  ${unversioned_text}")
+endif()
 if(unexpected OR missing)
     string(REPLACE ";" "\n  " unexpected_text "${unexpected}")
     string(REPLACE ";" "\n  " missing_text "${missing}")
