@@ -1,4 +1,4 @@
-// Point files: the checksum, the format descriptor and the conversions
+// Point files: the bounded copy, the format descriptor and the conversions
 // between ".mfa" and ".txt".
 
 #include "support/files.h"
@@ -14,8 +14,6 @@
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
-
-#include <zlib.h>
 
 #include <csignal>
 #include <cstring>
@@ -124,11 +122,7 @@ class TestPointFile : public QObject
 private slots:
     void init();
 
-    // Checksum and copy.
-    void crcKnownValues_data();
-    void crcKnownValues();
-    void crcContinues();
-    void crcMatchesItsDefinition();
+    // The bounded copy (the checksum has its own test).
     void crossPlatMemcpy();
 
     // Descriptor.
@@ -191,62 +185,6 @@ void TestPointFile::init()
     m_ownedDir.reset(new QTemporaryDir);
     m_dir = m_ownedDir.data();
     QVERIFY(m_dir->isValid());
-}
-
-void TestPointFile::crcKnownValues_data()
-{
-    QTest::addColumn<QByteArray>("data");
-    QTest::addColumn<uint>("crc");
-    QTest::newRow("123456789") << QByteArray("123456789") << 0x2DFD2D88u;
-    QTest::newRow("four zeros") << QByteArray(4, '\0') << 0u;
-    QTest::newRow("0x01") << bytes({1}) << 0x77073096u;
-    QTest::newRow("empty") << QByteArray() << 0u;
-}
-
-void TestPointFile::crcKnownValues()
-{
-    QFETCH(QByteArray, data);
-    QFETCH(uint, crc);
-    const auto* p = reinterpret_cast<const unsigned char*>(data.constData());
-    QCOMPARE(crc32(p, data.size()), crc);
-    QCOMPARE(crc32_init_value(0, p, data.size()), crc);
-}
-
-void TestPointFile::crcContinues()
-{
-    const auto* digits = reinterpret_cast<const unsigned char*>("123456789");
-    QCOMPARE(crc32_init_value(crc32(digits, 4), digits + 4, 5), 0x2DFD2D88u);
-    QCOMPARE(crc32(digits, 0), 0u);
-    QCOMPARE(crc32(digits, -5), 0u);
-    QCOMPARE(crc32(nullptr, 0), 0u);
-    QCOMPARE(crc32_init_value(0x12345678u, digits, 0), 0x12345678u);
-    QCOMPARE(crc32_init_value(0x12345678u, digits, -1), 0x12345678u);
-}
-
-void TestPointFile::crcMatchesItsDefinition()
-{
-    // Lengths around the 16- and 64-byte blocks of the fast path, at every
-    // alignment, continued from random registers.
-    QRandomGenerator random(6100);
-    QByteArray data(4096 + 64, '\0');
-    for (char& c : data)
-        c = char(random.bounded(256));
-    for (int length : {0, 1, 15, 16, 17, 63, 64, 65, 79, 80, 127, 128, 129, 255, 1000, 4096}) {
-        for (int offset = 0; offset < 16; ++offset) {
-            const QByteArray block = data.mid(offset, length);
-            const auto* p = reinterpret_cast<const unsigned char*>(data.constData()) + offset;
-            const quint32 start = random.generate();
-            QCOMPARE(crc32(p, length), Mfa::referenceCrc(block));
-            QCOMPARE(crc32_init_value(start, p, length), Mfa::referenceCrc(block, start));
-            // What zlib computes, with its inverted register.
-            QCOMPARE(crc32(p, length), quint32(~::crc32(0xFFFFFFFFul, p, uInt(length))));
-        }
-    }
-    // Split anywhere, the continuation gives the whole.
-    const auto* p = reinterpret_cast<const unsigned char*>(data.constData());
-    const unsigned int whole = crc32(p, 1000);
-    for (int split = 0; split <= 1000; split += 37)
-        QCOMPARE(crc32_init_value(crc32(p, split), p + split, 1000 - split), whole);
 }
 
 void TestPointFile::crossPlatMemcpy()
