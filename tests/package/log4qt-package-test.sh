@@ -6,6 +6,9 @@
 # scratch folder from the installed log4qt 1.x library: its headers declare
 # the classes the library calls, as log4qt's own headers do.
 # Usage: log4qt-package-test.sh SOURCE_DIR CMAKE CXX GENERATOR LOG4QT_LIBRARY
+#
+# Cross-compiled (COMMONTOOLS_CROSS_CACHE set), that build uses the same
+# toolchain and sysroot, and its test runs under the emulator.
 set -eu
 
 source=$1
@@ -99,7 +102,12 @@ endif()
 set(Log4Qt_FOUND TRUE)
 CONFIG
 
-"$cmake" -S "$source" -B "$scratch/build" -G "$generator" -DCMAKE_CXX_COMPILER="$cxx" \
+if [ -n "${COMMONTOOLS_CROSS_CACHE:-}" ]; then
+    set -- -C "$COMMONTOOLS_CROSS_CACHE"
+else
+    set -- -DCMAKE_CXX_COMPILER="$cxx"
+fi
+"$cmake" "$@" -S "$source" -B "$scratch/build" -G "$generator" \
     -DLog4Qt_DIR="$package/lib/cmake/Log4Qt" -DCOMMONTOOLS_BUILD_TOOLS=OFF -DCOMMONTOOLS_BUILD_BENCH=OFF \
     >"$scratch/configure.log"
 grep -q "using the Log4Qt package" "$scratch/configure.log" || {
