@@ -94,6 +94,12 @@ COMMONTOOLS_EXPORT QString localPath();
 COMMONTOOLS_EXPORT QString systemDir(int which);
 
 /* ---- Language, version and user settings ----------------------------- */
+/* Every function that writes CustomConfig.ini (storeLanguage,
+ * softwareVersion, the filter setters, setCustomConfig) may be called from
+ * several processes at once: their writes are serialised, none is lost,
+ * and a write that cannot be completed (a full disk, a folder that may not
+ * be written) leaves the previous file as it was. Such a write waits at
+ * most about five seconds for the others before it goes ahead. */
 
 /* The user-interface language code ("ENG", "CH" or what the client
  * stored). The cached code is returned unless reload is true or the cache

@@ -58,8 +58,7 @@ unsigned int toolsSupportNum()
 void setCustomConfig(const QString& key, const QString& value)
 {
     // Unlike the filter setters, this one creates CustomConfig.ini.
-    QSettings settings(customConfigPath(), QSettings::IniFormat);
-    writeEncodedValue(settings, key, value);
+    changeSettings(customConfigPath(), [&](QSettings& settings) { writeEncodedValue(settings, key, value); });
 }
 
 QString getCustomConfig(const QString& key)

@@ -48,11 +48,8 @@ QString textSetting(const char* key)
 // These setters never create CustomConfig.ini: without it they do nothing.
 void setSetting(const char* key, const QVariant& value)
 {
-    const QString path = customConfigPath();
-    if (!QFileInfo::exists(path))
-        return;
-    QSettings settings(path, QSettings::IniFormat);
-    settings.setValue(QLatin1String(key), value);
+    changeSettings(
+            customConfigPath(), [&](QSettings& settings) { settings.setValue(QLatin1String(key), value); }, true);
 }
 
 void setListSetting(const char* key, const QString& list)

@@ -69,8 +69,9 @@ QString language(bool reload)
 
 void storeLanguage()
 {
-    QSettings settings(customConfigPath(), QSettings::IniFormat);
-    writeEncodedValue(settings, QLatin1String(kLanguageKey), s_strLanguage);
+    changeSettings(customConfigPath(), [](QSettings& settings) {
+        writeEncodedValue(settings, QLatin1String(kLanguageKey), s_strLanguage);
+    });
 }
 
 QString softwareVersion()
@@ -87,12 +88,13 @@ QString softwareVersion()
     }
 
     // Opening CustomConfig.ini creates it when the default is written back.
-    QSettings settings(customConfigPath(), QSettings::IniFormat);
-    if (!settings.contains(QLatin1String(kSoftwareVersionKey))) {
-        s_strsoftwareVer = QLatin1String(kDefaultVersion);
-        writeEncodedValue(settings, QLatin1String(kSoftwareVersionKey), s_strsoftwareVer);
-    }
-    s_strsoftwareVer = readEncodedValue(settings, QLatin1String(kSoftwareVersionKey));
+    changeSettings(customConfigPath(), [](QSettings& settings) {
+        if (!settings.contains(QLatin1String(kSoftwareVersionKey))) {
+            s_strsoftwareVer = QLatin1String(kDefaultVersion);
+            writeEncodedValue(settings, QLatin1String(kSoftwareVersionKey), s_strsoftwareVer);
+        }
+        s_strsoftwareVer = readEncodedValue(settings, QLatin1String(kSoftwareVersionKey));
+    });
     return s_strsoftwareVer;
 }
 

@@ -13,6 +13,8 @@
 #include <QString>
 #include <QVariant>
 
+#include <functional>
+
 namespace OrvInterface {
 
 /* programDataPath() + "/CustomConfig.ini" (creates the folder). */
@@ -27,6 +29,24 @@ QString readEncodedValue(const QSettings& settings, const QString& key);
 
 /* Writes text under key of settings by the write side of the convention. */
 void writeEncodedValue(QSettings& settings, const QString& key, const QString& text);
+
+/*
+ * One read-modify-write of the settings file at path: change is applied to
+ * a settings object, which is written back before the call returns. With
+ * onlyIfExists, nothing happens (and nothing is created) when the file does
+ * not exist. Every write of the user's settings goes through here.
+ *
+ * Writers in several processes are serialised: QSettings alone loses
+ * writes then. It reads the file, then takes its size and modification
+ * time, and under its own lock re-reads only when those differ; a write
+ * landing between its read and its stat is overwritten with the older
+ * content. Here the settings object is made, written and destroyed under a
+ * lock of the library's own, flock() on the file's folder (nothing is
+ * created; the kernel releases it when its holder dies), so that it starts
+ * from the file as the last writer left it. A writer that cannot have the
+ * lock within a few seconds goes ahead as QSettings alone would.
+ */
+void changeSettings(const QString& path, const std::function<void(QSettings&)>& change, bool onlyIfExists = false);
 
 } // namespace OrvInterface
 
