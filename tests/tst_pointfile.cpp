@@ -1,9 +1,11 @@
 // Point files: the bounded copy, the format descriptor and the conversions
 // between ".mfa" and ".txt".
 
+#include "support/faults.h"
 #include "support/files.h"
 #include "support/messagelog.h"
 #include "support/mfa_builder.h"
+#include "support/sanitizers.h"
 #include "support/scenario.h"
 
 #include <OrvPointFile.h>
@@ -15,12 +17,10 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <linux/fs.h>
 #include <sys/ioctl.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 using namespace OrvInterface;
@@ -92,11 +92,7 @@ constexpr int kFullDiskRecords = 6000;
 // Writes that go past CTT_FSIZE bytes fail as on a full disk.
 bool limitFileSize()
 {
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit limit{};
-    getrlimit(RLIMIT_FSIZE, &limit);
-    limit.rlim_cur = rlim_t(qEnvironmentVariableIntValue("CTT_FSIZE"));
-    return setrlimit(RLIMIT_FSIZE, &limit) == 0;
+    return Faults::limitFileSize(qEnvironmentVariableIntValue("CTT_FSIZE"));
 }
 
 COMMONTOOLS_SCENARIO(fullDisk)
@@ -114,6 +110,35 @@ COMMONTOOLS_SCENARIO(fullDiskImport)
     Scenario::report(QStringLiteral("import"), ChangeTxtToMfa(qEnvironmentVariable("CTT_MFA")));
     Scenario::report(QStringLiteral("importLog"), log.messages().join(QLatin1Char('|')));
 }
+
+// One conversion, announced just before it starts: CTT_DIRECTION "export"
+// (ChangeMfaToTxt) or "import" (ChangeTxtToMfa) of CTT_MFA.
+COMMONTOOLS_SCENARIO(convertPoints)
+{
+    const QString mfa = qEnvironmentVariable("CTT_MFA");
+    const bool exporting = qEnvironmentVariable("CTT_DIRECTION") == QLatin1String("export");
+    Scenario::report(QStringLiteral("writing"), true);
+    const bool done = exporting ? ChangeMfaToTxt(mfa) : ChangeTxtToMfa(mfa);
+    Scenario::report(QStringLiteral("done"), done);
+}
+
+namespace {
+
+// Large enough that a conversion takes a while; smaller where everything
+// runs several times slower.
+int killTestRecords()
+{
+    return (kSanitized || !TestProcess::emulatorCommand().isEmpty()) ? (512 << 10) : (4 << 20);
+}
+
+QByteArray randomRecords(int count, quint32 seed)
+{
+    QByteArray data(count * 4, '\0');
+    QRandomGenerator(seed).fillRange(reinterpret_cast<quint32*>(data.data()), count);
+    return data;
+}
+
+} // namespace
 
 class TestPointFile : public QObject
 {
@@ -166,6 +191,10 @@ private slots:
     void importHeaderOutsideTheFile();
     void importCannotWrite();
     void importOnFullDisk();
+
+    // A conversion killed while it writes.
+    void killedExportLeavesOldOrNew();
+    void killedImportLeavesOldOrNew();
 
 private:
     QTemporaryDir* m_dir = nullptr;
@@ -876,6 +905,57 @@ void TestPointFile::importOnFullDisk()
     QCOMPARE(run.value("importLog"), QStringLiteral("Failed to write the file.\n"));
     QCOMPARE(readFile(mfaPath()), file);
     QCOMPARE(QDir(m_dir->path()).entryList(QDir::Files).size(), 2);
+}
+
+void TestPointFile::killedExportLeavesOldOrNew()
+{
+    Scenario::Run run;
+    const int records = killTestRecords();
+    const QString mfa = run.appDir() + QStringLiteral("/points.mfa");
+    QVERIFY(writeFile(mfa, Mfa::mfaFile("Unit:4 Valid:3 Endian:L", randomRecords(records, 61))));
+
+    Faults::KillTest test;
+    test.program = run.childProgram();
+    test.options = run.childOptions("convertPoints", {{QStringLiteral("CTT_MFA"), mfa},
+                                                      {QStringLiteral("CTT_DIRECTION"), QStringLiteral("export")}});
+    test.marker = "@writing=true";
+    test.target = run.appDir() + QStringLiteral("/points.txt");
+    test.oldContent = "a text that was there before\n";
+    test.seed = 6101;
+    const Faults::KillReport report = Faults::killDuringWrites(test);
+    qInfo("ChangeMfaToTxt of %d records: %s", records, qPrintable(report.summary()));
+    QVERIFY2(report.failures.isEmpty(), qPrintable(report.failures.join(QLatin1Char('\n'))));
+    QCOMPARE(report.kills, 50);
+    QVERIFY(report.killedDuringWrite >= report.kills / 2);
+}
+
+void TestPointFile::killedImportLeavesOldOrNew()
+{
+    Scenario::Run run;
+    const int records = killTestRecords();
+    const QString mfa = run.appDir() + QStringLiteral("/points.mfa");
+    // The text holds other values than the file, one per record.
+    QByteArray text;
+    text.reserve(records * 11);
+    const QByteArray values = randomRecords(records, 62);
+    const auto* numbers = reinterpret_cast<const quint32*>(values.constData());
+    for (int i = 0; i < records; ++i)
+        text += QByteArray::number(numbers[i]) + '\n';
+    QVERIFY(writeFile(run.appDir() + QStringLiteral("/points.txt"), text));
+
+    Faults::KillTest test;
+    test.program = run.childProgram();
+    test.options = run.childOptions("convertPoints", {{QStringLiteral("CTT_MFA"), mfa},
+                                                      {QStringLiteral("CTT_DIRECTION"), QStringLiteral("import")}});
+    test.marker = "@writing=true";
+    test.target = mfa;
+    test.oldContent = Mfa::mfaFile("Unit:4 Valid:3 Endian:L", randomRecords(records, 61));
+    test.seed = 6102;
+    const Faults::KillReport report = Faults::killDuringWrites(test);
+    qInfo("ChangeTxtToMfa of %d records: %s", records, qPrintable(report.summary()));
+    QVERIFY2(report.failures.isEmpty(), qPrintable(report.failures.join(QLatin1Char('\n'))));
+    QCOMPARE(report.kills, 50);
+    QVERIFY(report.killedDuringWrite >= report.kills / 2);
 }
 
 COMMONTOOLS_SCENARIO_MAIN(TestPointFile)

@@ -87,6 +87,7 @@ private slots:
     void killEndsOnlyTheChild();
     void nothingToKillAfterTheEnd();
     void timeOutKillsTheChild();
+    void waitForOutputWhileItRuns();
     void exitCodeAndOutputs();
     void mergedOutput();
     void workingDirectoryAndEnvironment();
@@ -171,6 +172,20 @@ void TestTestSupport::timeOutKillsTheChild()
     QCOMPARE(result.termSignal, int(SIGKILL));
     QVERIFY(!result.succeeded());
     QVERIFY(timer.elapsed() < 60000);
+}
+
+void TestTestSupport::waitForOutputWhileItRuns()
+{
+    TestProcess::Child child;
+    QVERIFY(child.start(QCoreApplication::applicationFilePath(), selfAs("sleep")));
+    QVERIFY(child.waitForOutput("sleeping\n", 120000));
+    QVERIFY(child.pid() > 0); // still running
+    QVERIFY(!child.waitForOutput("never printed", 100));
+    QVERIFY(child.kill());
+    QVERIFY(child.waitForFinished(120000));
+    // Once it has ended, only what it printed counts.
+    QVERIFY(child.waitForOutput("sleeping", 0));
+    QVERIFY(!child.waitForOutput("never printed", 1000));
 }
 
 void TestTestSupport::exitCodeAndOutputs()

@@ -162,8 +162,21 @@ bool Child::start(const QString& program, const Options& options)
 
 bool Child::waitForFinished(int msecs)
 {
+    waitUntil(msecs, [] { return false; });
+    return m_result.started && m_pid < 1;
+}
+
+bool Child::waitForOutput(const QByteArray& text, int msecs)
+{
+    return waitUntil(msecs, [&] { return m_result.out.contains(text); });
+}
+
+bool Child::waitUntil(int msecs, const std::function<bool()>& done)
+{
+    if (done())
+        return true;
     if (m_pid < 1)
-        return m_result.started;
+        return false;
     const QDeadlineTimer deadline(msecs);
     for (;;) {
         pollfd fds[2];
@@ -181,10 +194,12 @@ bool Child::waitForFinished(int msecs)
         else
             ::usleep(useconds_t(wait) * 1000);
         readAvailable();
+        if (done())
+            return true;
         if (reap(WNOHANG)) {
             readAvailable();
             closePipes();
-            return true;
+            return done();
         }
         if (deadline.hasExpired())
             return false;

@@ -19,6 +19,7 @@
 #include <QStringList>
 
 #include <csignal>
+#include <functional>
 #include <sys/types.h>
 
 namespace TestProcess {
@@ -76,6 +77,10 @@ public:
     // exited (and was reaped).
     bool waitForFinished(int msecs);
 
+    // Reads the child's output until its standard output holds text, the
+    // child exits or msecs pass; true when the output holds text.
+    bool waitForOutput(const QByteArray& text, int msecs);
+
     // Signals the running child; false when there is none (pid() < 1).
     bool kill(int signal = SIGKILL);
 
@@ -83,6 +88,9 @@ public:
     const Result& result() const { return m_result; }
 
 private:
+    // Reads output and reaps the child until done() is true (true), the
+    // child has been reaped (done()'s answer then) or msecs pass (false).
+    bool waitUntil(int msecs, const std::function<bool()>& done);
     void readAvailable();
     void closePipes();
     bool reap(int options);

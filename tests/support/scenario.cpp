@@ -1,7 +1,5 @@
 #include "scenario.h"
 
-#include "childprocess.h"
-
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
@@ -163,7 +161,7 @@ bool Run::writeCustomConfig(const QStringList& lines) const
     return !m_appName.isEmpty() && TestFiles::writeFile(customConfigPath(), text);
 }
 
-bool Run::exec(const char* scenario)
+bool Run::exec(const char* scenario, const QMap<QString, QString>& environment)
 {
     m_output.clear();
     m_values.clear();
@@ -172,15 +170,7 @@ bool Run::exec(const char* scenario)
         return false;
     }
 
-    TestProcess::Options options;
-    options.setEnvironment = m_options.environment;
-    options.setEnvironment.insert(QLatin1String(kScenarioVariable), QLatin1String(scenario));
-    options.unsetEnvironment = m_options.unsetEnvironment;
-    options.workingDirectory = appDir();
-    options.mergeOutput = true;
-    const TestProcess::Result result = TestProcess::run(
-            appDir() + QLatin1Char('/') + QFileInfo(QCoreApplication::applicationFilePath()).fileName(), options,
-            300000);
+    const TestProcess::Result result = TestProcess::run(childProgram(), childOptions(scenario, environment), 300000);
     m_output = QString::fromUtf8(result.out);
     if (!result.started)
         m_output = QStringLiteral("the child could not be started");
@@ -196,6 +186,24 @@ bool Run::exec(const char* scenario)
         m_values[line.mid(1, equals - 1)].append(QUrl::fromPercentEncoding(line.mid(equals + 1).toUtf8()));
     }
     return result.succeeded();
+}
+
+QString Run::childProgram() const
+{
+    return appDir() + QLatin1Char('/') + QFileInfo(QCoreApplication::applicationFilePath()).fileName();
+}
+
+TestProcess::Options Run::childOptions(const char* scenario, const QMap<QString, QString>& environment) const
+{
+    TestProcess::Options options;
+    options.setEnvironment = m_options.environment;
+    for (auto it = environment.cbegin(); it != environment.cend(); ++it)
+        options.setEnvironment.insert(it.key(), it.value());
+    options.setEnvironment.insert(QLatin1String(kScenarioVariable), QLatin1String(scenario));
+    options.unsetEnvironment = m_options.unsetEnvironment;
+    options.workingDirectory = appDir();
+    options.mergeOutput = true;
+    return options;
 }
 
 QString Run::value(const QString& key) const

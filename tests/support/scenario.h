@@ -16,6 +16,7 @@
 #ifndef COMMONTOOLS_TEST_SCENARIO_H
 #define COMMONTOOLS_TEST_SCENARIO_H
 
+#include "childprocess.h"
 #include "files.h"
 
 #include <QByteArray>
@@ -71,8 +72,16 @@ public:
     Run(const Run&) = delete;
     Run& operator=(const Run&) = delete;
 
-    // Runs the scenario in a new child; true when it exited normally with 0.
-    bool exec(const char* scenario);
+    // Runs the scenario in a new child, with extra variables in its
+    // environment; true when it exited normally with 0.
+    bool exec(const char* scenario, const QMap<QString, QString>& environment = {});
+
+    // For children started by the test itself (several at once, or to be
+    // killed): the program and the options that run scenario, with extra
+    // variables in its environment.
+    QString childProgram() const;
+    TestProcess::Options childOptions(const char* scenario,
+                                      const QMap<QString, QString>& environment = {}) const;
 
     QString appName() const { return m_appName; }
     QString appDir() const;                  // the child's application directory
@@ -153,6 +162,11 @@ int runChild();
 // output when it does not exit with 0.
 #define COMMONTOOLS_RUN_SCENARIO(run, name) \
     QVERIFY2((run).exec(name), qPrintable(QStringLiteral("scenario %1 failed:\n%2").arg(QLatin1String(name), (run).output())))
+
+// The same, with extra variables in the child's environment.
+#define COMMONTOOLS_RUN_SCENARIO_WITH(run, name, environment) \
+    QVERIFY2((run).exec(name, environment), \
+             qPrintable(QStringLiteral("scenario %1 failed:\n%2").arg(QLatin1String(name), (run).output())))
 
 #define COMMONTOOLS_SCENARIO_MAIN_WITH_APP(AppClass, TestClass) \
     int main(int argc, char** argv) \

@@ -1,0 +1,61 @@
+// Fault injection: a child process that writes a file is killed with
+// SIGKILL at random moments of the write. Each time, the file must hold
+// either its old or its new content, byte for byte, and nothing may be
+// left beside it.
+#ifndef COMMONTOOLS_TEST_FAULTS_H
+#define COMMONTOOLS_TEST_FAULTS_H
+
+#include "childprocess.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+namespace Faults {
+
+struct KillTest
+{
+    QString program;                // the child that writes the target...
+    TestProcess::Options options;   // ...and how it is started
+    QByteArray marker;              // what the child prints just before the write
+    QString target;                 // the file written
+    QByteArray oldContent;          // put back before every run
+    // Names that a kill may leave beside the target because the next write
+    // removes them (the settings' lock file of a dead writer, say).
+    QStringList tolerated;
+    int kills = 50;
+    quint32 seed = 1;
+};
+
+struct KillReport
+{
+    int kills = 0;
+    int killedDuringWrite = 0;   // the signal ended the child, not its own exit
+    int oldContent = 0;
+    int newContent = 0;
+    int toleratedLeftovers = 0;  // kills after which tolerated names were there
+    int writeMs = 0;             // how long one whole write took
+    QStringList failures;        // empty when every kill was survived
+
+    QString summary() const;
+};
+
+// Runs the child once to the end (its result is the new content), then
+// kills it test.kills times, each time at a random moment between its
+// marker and the time the whole write took.
+KillReport killDuringWrites(const KillTest& test);
+
+// From now on, writes of this process past bytes fail as on a full disk
+// (SIGXFSZ is ignored, the write reports EFBIG); false when the limit could
+// not be set.
+bool limitFileSize(qint64 bytes);
+
+// Names in folder that are not in before.
+QStringList newEntries(const QString& folder, const QStringList& before);
+
+// The names in folder.
+QStringList entries(const QString& folder);
+
+} // namespace Faults
+
+#endif
