@@ -111,6 +111,14 @@ COMMONTOOLS_EXPORT QString language(bool reload = false);
 COMMONTOOLS_EXPORT void setLanguage(const QString& language);
 /* Writes the cached language code to CustomConfig.ini. */
 COMMONTOOLS_EXPORT void storeLanguage();
+/* Makes the library's messages (GenerateErrorDesc, GenerateHraErrorDesc,
+ * IntCode2DisplayCode) appear in language. "CH" installs the library's
+ * Simplified Chinese translation on the application, in place of one it
+ * installed before, and returns true; "ENG" removes that translation and
+ * returns true; any other code removes it and returns false. Without a
+ * QCoreApplication it does nothing and returns false. Call it at start-up
+ * with language(), and again after setLanguage. */
+COMMONTOOLS_EXPORT bool installTranslation(const QString& language);
 /* The software version: "SoftwareVersion" of app.ini when that file exists,
  * else of CustomConfig.ini, where "1.0.0" is written when absent. Cached
  * for the life of the process. */
