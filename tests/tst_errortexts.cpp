@@ -11,7 +11,10 @@
 #include <QSet>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QRegularExpression>
 #include <QTranslator>
+
+#include <cstdio>
 
 using namespace OrvInterface;
 
@@ -39,6 +42,53 @@ QMap<unsigned int, QString> referenceTable()
 
 const QString kOperationFailed = QStringLiteral("Operation failed.");
 
+const char kCatalogue[] = COMMONTOOLS_SOURCE_DIR "/translations/commontools_zh_CN.ts";
+
+// A Qt Linguist catalogue, read.
+struct Catalogue
+{
+    bool valid = false;
+    QMap<QString, QString> translations;  // source text -> translation
+    QStringList notFinished;              // sources whose translation has a type
+    QString firstComment;                 // the first message's translator comment
+};
+
+Catalogue readCatalogue(const QString& path)
+{
+    Catalogue catalogue;
+    QFile file(path);
+    QDomDocument document;
+    if (!file.open(QIODevice::ReadOnly) || !document.setContent(&file))
+        return catalogue;
+    const QDomNodeList messages = document.elementsByTagName(QStringLiteral("message"));
+    for (int i = 0; i < messages.size(); ++i) {
+        const QDomElement message = messages.at(i).toElement();
+        const QString source = message.firstChildElement(QStringLiteral("source")).text();
+        const QDomElement translation = message.firstChildElement(QStringLiteral("translation"));
+        catalogue.translations.insert(source, translation.text());
+        if (translation.hasAttribute(QStringLiteral("type")))
+            catalogue.notFinished << source;
+        if (i == 0)
+            catalogue.firstComment = message.firstChildElement(QStringLiteral("translatorcomment")).text();
+    }
+    catalogue.valid = true;
+    return catalogue;
+}
+
+// Chinese (CJK unified ideographs) in text.
+bool hasChinese(const QString& text)
+{
+    for (const QChar c : text) {
+        if (c.unicode() >= 0x4E00 && c.unicode() <= 0x9FFF)
+            return true;
+    }
+    return false;
+}
+
+// This executable, started with this variable set, answers without a
+// QCoreApplication.
+const char kWithoutApplication[] = "CTT_WITHOUT_APPLICATION";
+
 } // namespace
 
 class TestErrorTexts : public QObject
@@ -60,6 +110,19 @@ private slots:
     void hexadecimalString();
 
     void messagesAreTranslated();
+
+    // The library's own translation.
+    void cleanup();
+    void chineseForEveryCode_data();
+    void chineseForEveryCode();
+    void englishAgainForEveryCode();
+    void fallbackAndLabelInChinese();
+    void installingTwiceDoesNotStack();
+    void otherLanguagesRemoveTheTranslation_data();
+    void otherLanguagesRemoveTheTranslation();
+    void nothingWithoutAnApplication();
+    void catalogueIsInSyncWithTheSources();
+    void catalogueFollowsItsRules();
 };
 
 void TestErrorTexts::referenceTableIsComplete()
@@ -281,5 +344,160 @@ void TestErrorTexts::messagesAreTranslated()
 #endif
 }
 
-QTEST_GUILESS_MAIN(TestErrorTexts)
+void TestErrorTexts::cleanup()
+{
+    installTranslation(QStringLiteral("ENG"));
+}
+
+void TestErrorTexts::chineseForEveryCode_data()
+{
+    everyMessage_data();
+}
+
+void TestErrorTexts::chineseForEveryCode()
+{
+    QFETCH(uint, code);
+    QFETCH(QString, message);
+    const Catalogue catalogue = readCatalogue(QLatin1String(kCatalogue));
+    QVERIFY(catalogue.valid);
+
+    QVERIFY(installTranslation(QStringLiteral("CH")));
+    const QString text = GenerateErrorDesc(int(code));
+    QVERIFY2(hasChinese(text), qPrintable(text));
+    QVERIFY(text != message);
+    // What the catalogue says, finished.
+    QCOMPARE(text, catalogue.translations.value(message));
+    QVERIFY(!catalogue.notFinished.contains(message));
+    QCOMPARE(GenerateHraErrorDesc(int(code)), code >= 0x90000000u ? text : QString());
+}
+
+void TestErrorTexts::englishAgainForEveryCode()
+{
+    QVERIFY(installTranslation(QStringLiteral("CH")));
+    QVERIFY(installTranslation(QStringLiteral("ENG")));
+    const QMap<unsigned int, QString> table = referenceTable();
+    for (auto it = table.cbegin(); it != table.cend(); ++it)
+        QCOMPARE(GenerateErrorDesc(int(it.key())), it.value());
+    QCOMPARE(IntCode2DisplayCode(0x1Fu), QStringLiteral("(Error Code : 0x1f)"));
+}
+
+void TestErrorTexts::fallbackAndLabelInChinese()
+{
+    QVERIFY(installTranslation(QStringLiteral("CH")));
+    QCOMPARE(GenerateErrorDesc(0x70000000), QStringLiteral("操作失败。"));
+    QCOMPARE(GenerateErrorDesc(-1), QStringLiteral("操作失败。"));
+    QCOMPARE(IntCode2DisplayCode(0x90006607u), QStringLiteral("(错误码 : 0x90006607)"));
+    QCOMPARE(GenerateHraErrorDesc(0), QString());
+}
+
+void TestErrorTexts::installingTwiceDoesNotStack()
+{
+    QVERIFY(installTranslation(QStringLiteral("CH")));
+    QVERIFY(installTranslation(QStringLiteral("CH")));
+    QCOMPARE(GenerateErrorDesc(int(0x90006607u)), QStringLiteral("登录失败"));
+    // One removal takes it all away: a second one would still translate.
+    QVERIFY(installTranslation(QStringLiteral("ENG")));
+    QCOMPARE(GenerateErrorDesc(int(0x90006607u)), QStringLiteral("Login failed"));
+}
+
+void TestErrorTexts::otherLanguagesRemoveTheTranslation_data()
+{
+    QTest::addColumn<QString>("language");
+    QTest::newRow("empty") << QString();
+    QTest::newRow("lower case") << QStringLiteral("ch");
+    QTest::newRow("other") << QStringLiteral("FR");
+    QTest::newRow("zh_CN") << QStringLiteral("zh_CN");
+}
+
+void TestErrorTexts::otherLanguagesRemoveTheTranslation()
+{
+    QFETCH(QString, language);
+    QVERIFY(installTranslation(QStringLiteral("CH")));
+    QVERIFY(!installTranslation(language));
+    QCOMPARE(GenerateErrorDesc(int(0x90006607u)), QStringLiteral("Login failed"));
+}
+
+void TestErrorTexts::nothingWithoutAnApplication()
+{
+    TestProcess::Options options;
+    options.setEnvironment.insert(QLatin1String(kWithoutApplication), QStringLiteral("1"));
+    const TestProcess::Result result = TestProcess::run(QCoreApplication::applicationFilePath(), options);
+    QVERIFY2(result.succeeded(), result.out.constData());
+    QCOMPARE(result.out, QByteArray("installTranslation(CH): false\nLogin failed\n"));
+}
+
+void TestErrorTexts::catalogueIsInSyncWithTheSources()
+{
+#if !defined(COMMONTOOLS_LUPDATE)
+    QSKIP("lupdate is not installed");
+#else
+    // lupdate, as the catalogue is kept up to date, on a copy.
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QString copy = dir.filePath(QStringLiteral("copy.ts"));
+    QVERIFY(QFile::copy(QLatin1String(kCatalogue), copy));
+    TestProcess::Options lupdate;
+    lupdate.targetProgram = false;
+    lupdate.mergeOutput = true;
+    lupdate.arguments = QStringList{QStringLiteral("-locations"), QStringLiteral("none"), QStringLiteral("-no-obsolete"),
+                                    QStringLiteral(COMMONTOOLS_SOURCE_DIR "/src"), QStringLiteral("-ts"), copy};
+    const TestProcess::Result updated = TestProcess::run(QStringLiteral(COMMONTOOLS_LUPDATE), lupdate);
+    QVERIFY2(updated.succeeded(), updated.out.constData());
+
+    const Catalogue original = readCatalogue(QLatin1String(kCatalogue));
+    const Catalogue refreshed = readCatalogue(copy);
+    QVERIFY(original.valid && refreshed.valid);
+    // Nothing added, nothing removed, nothing unfinished or obsolete.
+    QCOMPARE(refreshed.translations.keys(), original.translations.keys());
+    QCOMPARE(refreshed.translations, original.translations);
+    QCOMPARE(original.notFinished, QStringList());
+    QCOMPARE(refreshed.notFinished, QStringList());
+    // The keys are the messages of both tables, the fallback and the label.
+    const QMap<unsigned int, QString> table = referenceTable();
+    QSet<QString> expected(table.cbegin(), table.cend());
+    expected << kOperationFailed << QStringLiteral("Error Code : 0x");
+    const QStringList sources = original.translations.keys();
+    QCOMPARE(QSet<QString>(sources.cbegin(), sources.cend()), expected);
+#endif
+}
+
+void TestErrorTexts::catalogueFollowsItsRules()
+{
+    const Catalogue catalogue = readCatalogue(QLatin1String(kCatalogue));
+    QVERIFY(catalogue.valid);
+    QVERIFY(catalogue.firstComment.startsWith(QStringLiteral("Glossary")));
+    QStringList broken;
+    for (auto it = catalogue.translations.cbegin(); it != catalogue.translations.cend(); ++it) {
+        const QString& source = it.key();
+        const QString& translation = it.value();
+        // A full stop where the English has one, and only there.
+        if (source.endsWith(QLatin1Char('.')) != translation.endsWith(QChar(0x3002)))
+            broken << source + QStringLiteral(": full stop");
+        if (translation.endsWith(QLatin1Char('.')))
+            broken << source + QStringLiteral(": Latin full stop");
+        if (!hasChinese(translation))
+            broken << source + QStringLiteral(": no Chinese");
+        // Names stay as they are.
+        for (const char* name : {"GenICam", "XML", "IP", "SDK", "FPGA", "ZIP", "FTP", "NTP", "ROI"}) {
+            const QRegularExpression word(QStringLiteral("\\b%1\\b").arg(QLatin1String(name)));
+            if (source.contains(word) && !translation.contains(word))
+                broken << source + QStringLiteral(": ") + QLatin1String(name);
+        }
+    }
+    QVERIFY2(broken.isEmpty(), qPrintable(broken.join(QLatin1Char('\n'))));
+}
+
+int main(int argc, char** argv)
+{
+    if (qEnvironmentVariableIsSet(kWithoutApplication)) {
+        const bool installed = installTranslation(QStringLiteral("CH"));
+        std::printf("installTranslation(CH): %s\n%s\n", installed ? "true" : "false",
+                    qPrintable(GenerateErrorDesc(int(0x90006607u))));
+        return 0;
+    }
+    QCoreApplication app(argc, argv);
+    TestErrorTexts test;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&test, argc, argv);
+}
 #include "tst_errortexts.moc"

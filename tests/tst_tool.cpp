@@ -38,11 +38,14 @@ private slots:
     void everyCommandHasHelp();
     void info();
     void demo();
+    void demoInChinese();
     void demoFindsItsOwnProcess();
     void calc_data();
     void calc();
     void errorCodes_data();
     void errorCodes();
+    void errorCodesInALanguage_data();
+    void errorCodesInALanguage();
     void hex_data();
     void hex();
     void network_data();
@@ -58,6 +61,8 @@ private:
     {
         TestProcess::Options options;
         options.arguments = QStringList{QStringLiteral("--ini"), m_appIni} + arguments;
+        // Its output in UTF-8, whatever the test's locale.
+        options.setEnvironment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
         const TestProcess::Result run = TestProcess::run(QStringLiteral(COMMONTOOLS_TOOL_PATH), options);
         Result result;
         result.exitCode = run.termSignal == 0 && !run.timedOut ? run.exitCode : -1;
@@ -154,8 +159,19 @@ void TestTool::demo()
         QVERIFY2(result.out.contains(QStringLiteral("== %1 ==").arg(QLatin1String(section))), section);
     QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Compute\\(\\(1>2\\)\\?5:max\\(6,7\\)\\): +7\n"))));
     QVERIFY(result.out.contains(QStringLiteral("(Error Code : 0x90006607) Login failed")));
+    // The messages follow installTranslation, and the tool's language after.
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("after installTranslation\\(CH\\): +登录失败\n"))));
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("after installTranslation\\(ENG\\): +Login failed\n"))));
     QVERIFY(result.out.contains(QStringLiteral("x=31,y=62")) || result.out.contains(QStringLiteral("x=30,y=60")));
     QVERIFY2(result.out.contains(QStringLiteral("a warning from the client")), qPrintable(result.out));
+}
+
+void TestTool::demoInChinese()
+{
+    const Result result = run({QStringLiteral("--language"), QStringLiteral("CH"), QStringLiteral("demo")});
+    QCOMPARE(result.exitCode, 0);
+    QVERIFY(result.out.contains(QStringLiteral("(错误码 : 0x90006607) 登录失败")));
+    QVERIFY(result.out.contains(QStringLiteral("(错误码 : 0x70000016) 设备不可达。请使用 IP 配置工具修改其 IP 地址。")));
 }
 
 void TestTool::demoFindsItsOwnProcess()
@@ -227,6 +243,35 @@ void TestTool::errorCodes()
     const Result result = run(QStringList{QStringLiteral("error")} + codes);
     QCOMPARE(result.exitCode, exitCode);
     QCOMPARE(result.out, out);
+}
+
+void TestTool::errorCodesInALanguage_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("out");
+
+    QTest::newRow("CH") << QStringList{QStringLiteral("--language"), QStringLiteral("CH"), QStringLiteral("error"),
+                                       QStringLiteral("0x90006607"), QStringLiteral("0x7000001C")}
+                        << 0 << QStringLiteral("(错误码 : 0x90006607) 登录失败\n(错误码 : 0x7000001c) 操作失败。\n");
+    QTest::newRow("ENG") << QStringList{QStringLiteral("--language"), QStringLiteral("ENG"), QStringLiteral("error"),
+                                        QStringLiteral("0x90006607")}
+                         << 0 << QStringLiteral("(Error Code : 0x90006607) Login failed\n");
+    QTest::newRow("unknown language") << QStringList{QStringLiteral("--language"), QStringLiteral("FR"),
+                                                     QStringLiteral("error"), QStringLiteral("1")}
+                                      << 2 << QString();
+}
+
+void TestTool::errorCodesInALanguage()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(int, exitCode);
+    QFETCH(QString, out);
+    const Result result = run(arguments);
+    QCOMPARE(result.exitCode, exitCode);
+    QCOMPARE(result.out, out);
+    if (exitCode == 2)
+        QVERIFY(result.err.contains(QStringLiteral("--language takes CH or ENG")));
 }
 
 void TestTool::hex_data()

@@ -55,6 +55,14 @@ void demoSettings()
     printField(QStringLiteral("after setLanguage(CH)"), language(false));
     setLanguage(previous);
     printField(QStringLiteral("language(true)"), language(true));
+    // The library's messages follow installTranslation.
+    const unsigned int code = 0x90006607u;
+    for (const char* language : {"CH", "ENG"}) {
+        installTranslation(QLatin1String(language));
+        printField(QStringLiteral("after installTranslation(%1)").arg(QLatin1String(language)),
+                   GenerateErrorDesc(int(code)));
+    }
+    installTranslation(messageLanguage());
 }
 
 void demoShell()

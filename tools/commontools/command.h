@@ -44,6 +44,10 @@ QString hex32(quint32 value);
 // "true" or "false".
 QString yesNo(bool value);
 
+// The language of the library's messages chosen with --language ("ENG"
+// unless "CH" was asked for).
+QString& messageLanguage();
+
 // One "label: value" line, the values aligned.
 void printField(const QString& label, const QString& value);
 

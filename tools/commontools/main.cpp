@@ -137,6 +137,12 @@ QString yesNo(bool value)
     return value ? QStringLiteral("true") : QStringLiteral("false");
 }
 
+QString& messageLanguage()
+{
+    static QString language = QStringLiteral("ENG");
+    return language;
+}
+
 void printField(const QString& label, const QString& value)
 {
     out() << QStringLiteral("  %1 %2").arg(label + QLatin1Char(':'), -34).arg(value) << Qt::endl;
@@ -171,8 +177,13 @@ int main(int argc, char** argv)
                                  QStringLiteral("file"));
     const QCommandLineOption verbose({QStringLiteral("v"), QStringLiteral("verbose")},
                                      QStringLiteral("Show the library's debug messages (the shell commands it runs)."));
+    const QCommandLineOption language(QStringLiteral("language"),
+                                      QStringLiteral("Show the library's messages in <code>: CH (Simplified Chinese) "
+                                                     "or ENG (English, the default)."),
+                                      QStringLiteral("code"));
     parser.addOption(ini);
     parser.addOption(verbose);
+    parser.addOption(language);
     parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("The command to run."),
                                  QStringLiteral("COMMAND [ARGS...]"));
 
@@ -189,6 +200,13 @@ int main(int argc, char** argv)
         QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
     if (parser.isSet(ini))
         OrvInterface::setAppIniFile(parser.value(ini));
+    if (parser.isSet(language)) {
+        const QString code = parser.value(language);
+        if (code != QLatin1String("CH") && code != QLatin1String("ENG"))
+            return Tool::fail(QStringLiteral("--language takes CH or ENG, not '%1'").arg(code), Tool::UsageError);
+        OrvInterface::installTranslation(code);
+        Tool::messageLanguage() = code;
+    }
 
     const QString name = positional.first();
     for (const Tool::Command& command : Tool::commands()) {
