@@ -1,4 +1,4 @@
-/*
+/** @file
  * CommonTools: everything a client needs that is not camera-specific.
  * Including this header brings in every unit of the library.
  */

@@ -1,4 +1,4 @@
-/*
+/** @file
  * OrvCalculator: a small expression calculator over doubles.
  *
  * Compute() is the entry point: it evaluates a text such as
@@ -31,65 +31,82 @@ namespace OrvInterface {
 
 /* ---- Words and stack objects ------------------------------------------ */
 
+/** What a Word is. */
 enum WordType : int {
-    Operator = 1, // an operator symbol of the table that is not a function
-    Number = 2,   // hexadecimal, scientific or plain decimal literal
-    Function = 3, // a function name of the table
-    Group = 4,    // "(", ")", "," or ":"
+    Operator = 1, ///< an operator symbol of the table that is not a function
+    Number = 2,   ///< hexadecimal, scientific or plain decimal literal
+    Function = 3, ///< a function name of the table
+    Group = 4,    ///< "(", ")", "," or ":"
 };
 
-/* One token of a normalised expression, linked to its neighbours. */
+/** One token of a normalised expression, linked to its neighbours. */
 struct COMMONTOOLS_EXPORT Word
 {
-    QString text;                  // as it stands in the normalised text
-    WordType type = WordType(0);   // 0 until set
-    Word* prev = nullptr;
-    Word* next = nullptr;
-    int position = 0;              // index of the first character
-    bool funBracket = false;       // "(" or ")" of a function's argument list
+    QString text;                  ///< as it stands in the normalised text
+    WordType type = WordType(0);   ///< 0 until set
+    Word* prev = nullptr;          ///< the word before, or null
+    Word* next = nullptr;          ///< the word after, or null
+    int position = 0;              ///< index of the first character
+    bool funBracket = false;       ///< "(" or ")" of a function's argument list
 };
 
-/* Computes result from the operands, first operand first; false when the
+/** Computes result from the operands, first operand first; false when the
  * arguments are unusable (wrong count, zero divisor). */
 typedef bool (*MathFunction)(const QList<double>& args, double& result);
 
-/* Type() codes of the stack objects. */
+/** Type() codes of the stack objects. */
 enum StackObjectType : int {
     OperatorObject = 0,
     OperandObject = 1,
     GroupObject = 2,
 };
 
+/** An entry of the builder's stacks and of the reverse-Polish form. */
 class COMMONTOOLS_EXPORT IStackObject
 {
 public:
     virtual ~IStackObject();
+    /** Sets the text the object stands for. */
     virtual void setSymbol(const QString& symbol) = 0;
+    /** The text the object stands for: a number, an operator, a bracket. */
     virtual QString Symbol() const = 0;
+    /** A StackObjectType code. */
     virtual int Type() const = 0;
 };
 
+/** A value on the stacks. */
 class COMMONTOOLS_EXPORT IOperand : public IStackObject
 {
 public:
+    /** The number. */
     virtual double Value() const = 0;
+    /** Sets the number. */
     virtual void setValue(const double& value) = 0;
 };
 
+/** An operator or a function of the operator table. */
 class COMMONTOOLS_EXPORT IOperator : public IStackObject
 {
 public:
+    /** How tightly it binds: larger binds more tightly (see GetPriority()). */
     virtual int Priority() const = 0;
+    /** Sets the priority. */
     virtual void setPriority(const int& priority) = 0;
+    /** How many operands it takes from the stack. */
     virtual int ParamCount() const = 0;
+    /** Sets the number of operands. */
     virtual void setParamCount(const int& count) = 0;
+    /** True for a function, written with brackets: "max(6,7)". */
     virtual bool IsFun() const = 0;
+    /** Sets whether it is a function. */
     virtual void setIsFun(const bool& isFun) = 0;
+    /** What computes its result. */
     virtual MathFunction MathFun() const = 0;
+    /** Sets what computes its result. */
     virtual void setMathFun(MathFunction function) = 0;
 };
 
-/* A number. */
+/** A number. */
 class COMMONTOOLS_EXPORT Operand_ : public IOperand
 {
 public:
@@ -105,12 +122,15 @@ private:
     double value = 0.0;
 };
 
-/* An operator or function; a value type, copied in and out of the table. */
+/** An operator or function; a value type, copied in and out of the table. */
 class COMMONTOOLS_EXPORT Operator_ : public IOperator
 {
 public:
+    /** An operator with no symbol, priority 0, no operands and no function. */
     Operator_() = default;
+    /** Copies every field. */
     Operator_(const Operator_&) = default;
+    /** Copies every field. */
     Operator_& operator=(const Operator_&) = default;
     ~Operator_() override;
 
@@ -135,7 +155,7 @@ private:
     bool isFun = false;
 };
 
-/* A parenthesis marker on the operator stack. */
+/** A parenthesis marker on the operator stack. */
 class COMMONTOOLS_EXPORT GroupOperator_ : public IStackObject
 {
 public:
@@ -150,33 +170,41 @@ private:
 
 /* ---- Operator environment ---------------------------------------------- */
 
-/* The operator table, keyed by symbol; empty until Enviroment() runs. */
+/** The operator table, keyed by symbol; empty until Enviroment() runs. */
 extern COMMONTOOLS_EXPORT QMap<QString, Operator_> g_mapOperators;
-/* "abs|acos|...|tanh": the function names as one alternation. */
+/** "abs|acos|...|tanh": the function names as one alternation. */
 extern COMMONTOOLS_EXPORT QString g_mathFuncPattern;
 
-/* Fills the operator table, once per process. Not locked: Compute() calls
+/** Fills the operator table, once per process. Not locked: Compute() calls
  * it under the calculator's mutex. */
 COMMONTOOLS_EXPORT void Enviroment();
-/* Priority of a symbol (larger binds more tightly): "+" "-" 0; "*" "/" 1;
+/** Priority of a symbol (larger binds more tightly): "+" "-" 0; "*" "/" 1;
  * "**" 2; functions and "?" 4; "&&" "||" 5; "=" "!=" "<>" 6; "negate" and
  * the comparisons 7; "^" "|" "&" "<<" ">>" "~" "%" 8. */
 COMMONTOOLS_EXPORT int GetPriority(QString symbol);
-/* The symbol escaped for use as a literal regular expression. */
+/** The symbol escaped for use as a literal regular expression. */
 COMMONTOOLS_EXPORT QString GetEscapeString(QString symbol);
-/* Orders operators longest symbol first. */
+/** Orders operators longest symbol first. */
+///@{
 COMMONTOOLS_EXPORT bool sortOperatorDescCondition(const Operator_& a, const Operator_& b);
 COMMONTOOLS_EXPORT void SortOperatorDesc(QList<Operator_>& ops);
+///@}
 
-/* The math functions, as registered in the table. "round" is registered
+/** The math functions, as registered in the table. "round" is registered
  * with Min (so it always fails); Round itself is not registered. */
+///@{
 COMMONTOOLS_EXPORT bool Plus(const QList<double>& args, double& result);
 COMMONTOOLS_EXPORT bool Minus(const QList<double>& args, double& result);
 COMMONTOOLS_EXPORT bool Negate(const QList<double>& args, double& result);
 COMMONTOOLS_EXPORT bool Mul(const QList<double>& args, double& result);
 COMMONTOOLS_EXPORT bool Div(const QList<double>& args, double& result);
-/* Integer remainder; false for a divisor that truncates to 0. */
+///@}
+/** Integer remainder; false for a divisor that truncates to 0. */
 COMMONTOOLS_EXPORT bool Mod(const QList<double>& args, double& result);
+/** The other operators and functions of the table, named after what they
+ * compute; each takes its operands first operand first and is false when
+ * they are unusable. */
+///@{
 COMMONTOOLS_EXPORT bool Ternary(const QList<double>& args, double& result);
 COMMONTOOLS_EXPORT bool BIT_AND(const QList<double>& args, double& result);
 COMMONTOOLS_EXPORT bool BIT_OR(const QList<double>& args, double& result);
@@ -215,23 +243,27 @@ COMMONTOOLS_EXPORT bool Tanh(const QList<double>& args, double& result);
 COMMONTOOLS_EXPORT bool Exp(const QList<double>& args, double& result);
 COMMONTOOLS_EXPORT bool Log(const QList<double>& args, double& result);
 COMMONTOOLS_EXPORT bool Log10(const QList<double>& args, double& result);
+///@}
 
 /* ---- Tokenizer ----------------------------------------------------------- */
 
-/* Appends the words of expr to words, sorted by position. Characters no
+/** Appends the words of expr to words, sorted by position. Characters no
  * word covers are left as gaps; nothing is rejected here. Needs the
  * operator table (Enviroment()). */
 COMMONTOOLS_EXPORT void ExpressionToWords(QString expr, QList<Word*>& words);
-/* Inserts a new word at index (clamped at 0); words after it move right. */
+/** Inserts a new word at index (clamped at 0); words after it move right. */
 COMMONTOOLS_EXPORT void InsertWord(QList<Word*>& words, int& index, const QString& text, const WordType& type);
-/* Removes and deletes the word at index; words after it move left. */
+/** Removes and deletes the word at index; words after it move left. */
 COMMONTOOLS_EXPORT void RemoveWord(QList<Word*>& words, int& index);
-/* Sorts by position and relinks prev/next. */
+/** Sorts by position and relinks prev/next. */
+///@{
 COMMONTOOLS_EXPORT bool sortWordCondition(Word* a, Word* b);
 COMMONTOOLS_EXPORT void SortWords(QList<Word*>& words);
+///@}
 
 /* ---- Builder ------------------------------------------------------------- */
 
+/** Turns an expression into its checked reverse-Polish form. */
 class COMMONTOOLS_EXPORT ExpressBuilder
 {
 public:
@@ -240,28 +272,28 @@ public:
     ExpressBuilder(const ExpressBuilder&) = delete;
     ExpressBuilder& operator=(const ExpressBuilder&) = delete;
 
-    /* Builds rpn from expression; false with the reason in the calculator's
+    /** Builds rpn from expression; false with the reason in the calculator's
      * error text. */
     bool Parse(const QString& expression);
-    /* Checks every function call of words and marks its parentheses. */
+    /** Checks every function call of words and marks its parentheses. */
     bool checkFun();
-    /* Checks every "?" of words and brackets its parts. */
+    /** Checks every "?" of words and brackets its parts. */
     bool checkTernary();
-    /* Deletes the operands, markers and words; empties the containers. */
+    /** Deletes the operands, markers and words; empties the containers. */
     void clear();
 
-    QStack<IStackObject*> stack;  // operator stack of the precedence pass
-    QList<IStackObject*> rpn;     // the result, in reverse-Polish order
-    QList<Word*> words;           // the current expression's words
+    QStack<IStackObject*> stack;  ///< operator stack of the precedence pass
+    QList<IStackObject*> rpn;     ///< the result, in reverse-Polish order
+    QList<Word*> words;           ///< the current expression's words
 };
 
 /* ---- Evaluation ---------------------------------------------------------- */
 
-/* The value of expression (UTF-8, NUL-terminated) with ok true; or 0.0 with
+/** The value of expression (UTF-8, NUL-terminated) with ok true; or 0.0 with
  * ok false and the reason in GetCalculatorErro(). Thread-safe: calls are
  * serialised by the calculator's mutex. */
 COMMONTOOLS_EXPORT double Compute(const char* expression, bool& ok);
-/* The message of the last failure (kept after later successes), at most
+/** The message of the last failure (kept after later successes), at most
  * 511 bytes and NUL-terminated; empty before any failure. */
 COMMONTOOLS_EXPORT const char* GetCalculatorErro();
 

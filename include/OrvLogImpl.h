@@ -1,4 +1,4 @@
-/*
+/** @file
  * OrvLogImpl: the process-wide logger object over log4qt.
  *
  * The client starts logging once, from the main thread, with
@@ -17,21 +17,24 @@
 
 class OrvLog4jPrivate;
 
+/** The logger object: it configures log4qt when it is made. */
 class COMMONTOOLS_EXPORT OrvLog4j : public QObject
 {
     Q_OBJECT
 
 public:
-    /* Points log4qt's configurator at userDataPath() (creating it), then
+    /** Points log4qt's configurator at userDataPath() (creating it), then
      * configures log4qt from configFile. Failures are log4qt's to report. */
+    ///@{
     explicit OrvLog4j(const QString& configFile);
     ~OrvLog4j() override;
+    ///@}
 
-    /* Creates the logger in g_instance on the first call; later calls do
+    /** Creates the logger in g_instance on the first call; later calls do
      * nothing, whatever configFile they pass. */
     static void initInstance(const QString& configFile);
 
-    /* Kept as an entry point for the client; does nothing. */
+    /** Kept as an entry point for the client; does nothing. */
     void addLog(int level, const QString& text);
 
 private:
@@ -39,12 +42,12 @@ private:
     QScopedPointer<OrvLog4jPrivate> d;
 };
 
-/* The logger singleton: null until initLog4qtConfig (or initInstance). */
+/** The logger singleton: null until initLog4qtConfig (or initInstance). */
 extern COMMONTOOLS_EXPORT QSharedPointer<OrvLog4j> g_instance;
 
 namespace OrvInterface {
 
-/* Creates the user-data directory, then the logger singleton configured
+/** Creates the user-data directory, then the logger singleton configured
  * from configFile. Only the first call has an effect. */
 COMMONTOOLS_EXPORT void initLog4qtConfig(const QString& configFile);
 

@@ -1,4 +1,4 @@
-/*
+/** @file
  * OrvPointFile: point files in their binary ".mfa" form and their ".txt"
  * form, the format descriptor and the checksum that guards the files.
  */
@@ -9,20 +9,20 @@
 
 #include <QString>
 
-/* The file checksum: the reflected CRC-32 of polynomial 0xEDB88320 with a
+/** The file checksum: the reflected CRC-32 of polynomial 0xEDB88320 with a
  * register that starts at 0 and is not inverted at the end (so
  * crc32(data) == ~zlib_crc32(~0, data)). 0 for a length of 0 or less. */
 COMMONTOOLS_EXPORT unsigned int crc32(const unsigned char* data, int length);
-/* The same, continued from crc: the checksum of A passed with a further
+/** The same, continued from crc: the checksum of A passed with a further
  * block B gives the checksum of A followed by B. */
 COMMONTOOLS_EXPORT unsigned int crc32_init_value(unsigned int crc, const unsigned char* data, int length);
-/* Copies count bytes to dst; when src is null or count exceeds dstSize,
+/** Copies count bytes to dst; when src is null or count exceeds dstSize,
  * zero-fills the dstSize bytes of dst instead. A count of 0 does nothing. */
 COMMONTOOLS_EXPORT void CrossPlatMemcpy_s(void* dst, unsigned int dstSize, const void* src, unsigned int count);
 
 namespace OrvInterface {
 
-/* Reads a descriptor such as "Unit:4 Valid:3 Endian:L Meaning:x":
+/** Reads a descriptor such as "Unit:4 Valid:3 Endian:L Meaning:x":
  * unit is the record width in bytes; valid 0..3 says which bytes of a
  * 4-byte record carry data ("1", "3" all four, "H" the last two, "L" the
  * first two); endian 0 big, 1 little; meaning 0 one number per record, 1 an
@@ -32,7 +32,7 @@ namespace OrvInterface {
 COMMONTOOLS_EXPORT bool GetAnalyticFormat(const QString& text, unsigned int& unit, unsigned int& valid,
                                           unsigned int& endian, unsigned int& meaning);
 
-/* Writes the text form of an ".mfa" file to the ".txt" path beside it
+/** Writes the text form of an ".mfa" file to the ".txt" path beside it
  * (the path up to its first ".mfa", then ".txt"): one line per record, or
  * the payload bytes themselves for a "Format:txt" file, whose ".mfa" is
  * then removed. The text file is replaced only once complete. True also
@@ -41,7 +41,7 @@ COMMONTOOLS_EXPORT bool GetAnalyticFormat(const QString& text, unsigned int& uni
  * the text cannot be written. Reasons are logged at critical level. */
 COMMONTOOLS_EXPORT bool ChangeMfaToTxt(const QString& mfaPath);
 
-/* Writes the records of the ".txt" file beside mfaPath back into it and
+/** Writes the records of the ".txt" file beside mfaPath back into it and
  * recomputes its checksum. The ".mfa" file is replaced only once the new
  * content is complete: on any failure it is left as it was. True when
  * there is no text file or the descriptor is unusable (nothing changes);

@@ -10,7 +10,9 @@
 #include <QTest>
 
 #include <array>
+#if COMMONTOOLS_TEST_HAVE_ZLIB
 #include <zlib.h>
+#endif
 
 #if defined(__arm__)
 #include <asm/hwcap.h>
@@ -144,8 +146,10 @@ void TestChecksum::everyLengthAtEveryAlignment()
                                          .arg(length)
                                          .arg(actual, 8, 16, QLatin1Char('0'))
                                          .arg(expected, 8, 16, QLatin1Char('0'))));
+#if COMMONTOOLS_TEST_HAVE_ZLIB
             // zlib's checksum is the same with its register inverted.
             QCOMPARE(actual, quint32(~::crc32(0xFFFFFFFFul, p, uInt(length))));
+#endif
         }
     }
 }
