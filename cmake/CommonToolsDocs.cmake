@@ -18,6 +18,10 @@ if(COMMONTOOLS_BUILD_DOCS)
     set(COMMONTOOLS_DOCS_DIR ${PROJECT_BINARY_DIR}/docs)
     set(COMMONTOOLS_DOCS_WARNINGS ${COMMONTOOLS_DOCS_DIR}/warnings.log)
     file(GLOB COMMONTOOLS_DOCS_INPUT ${PROJECT_SOURCE_DIR}/include/*.h)
+    # A header added or removed writes the reference again.
+    string(REPLACE ";" "\n" headers "${COMMONTOOLS_DOCS_INPUT}")
+    file(WRITE ${COMMONTOOLS_DOCS_DIR}/headers.list.new "${headers}\n")
+    configure_file(${COMMONTOOLS_DOCS_DIR}/headers.list.new ${COMMONTOOLS_DOCS_DIR}/headers.list COPYONLY)
     add_custom_command(OUTPUT ${COMMONTOOLS_DOCS_DIR}/html/index.html
         COMMAND ${CMAKE_COMMAND} -E remove_directory ${COMMONTOOLS_DOCS_DIR}/html
         COMMAND ${CMAKE_COMMAND} -E make_directory ${COMMONTOOLS_DOCS_DIR}
@@ -27,7 +31,7 @@ if(COMMONTOOLS_BUILD_DOCS)
                 COMMONTOOLS_VERSION=${PROJECT_VERSION}
                 COMMONTOOLS_DOCS_WARNINGS=${COMMONTOOLS_DOCS_WARNINGS}
                 ${DOXYGEN_EXECUTABLE} ${PROJECT_SOURCE_DIR}/docs/Doxyfile
-        DEPENDS ${PROJECT_SOURCE_DIR}/docs/Doxyfile ${COMMONTOOLS_DOCS_INPUT}
+        DEPENDS ${PROJECT_SOURCE_DIR}/docs/Doxyfile ${COMMONTOOLS_DOCS_INPUT} ${COMMONTOOLS_DOCS_DIR}/headers.list
         COMMENT "Writing the API reference")
     add_custom_target(docs ALL DEPENDS ${COMMONTOOLS_DOCS_DIR}/html/index.html)
     install(DIRECTORY ${COMMONTOOLS_DOCS_DIR}/html
