@@ -6,6 +6,7 @@ install(EXPORT CommonToolsTargets
     NAMESPACE CommonTools::
     FILE CommonToolsTargets.cmake
     DESTINATION ${COMMONTOOLS_CMAKECONFIG_DIR}
+    COMPONENT Development
 )
 
 configure_package_config_file(
@@ -22,6 +23,7 @@ install(FILES
     ${PROJECT_BINARY_DIR}/CommonToolsConfig.cmake
     ${PROJECT_BINARY_DIR}/CommonToolsConfigVersion.cmake
     DESTINATION ${COMMONTOOLS_CMAKECONFIG_DIR}
+    COMPONENT Development
 )
 
 # The prefix is written relative to the .pc file so that an install with
@@ -32,4 +34,5 @@ string(REGEX REPLACE "/$" "" COMMONTOOLS_PC_TO_PREFIX "${COMMONTOOLS_PC_TO_PREFI
 configure_file(${CMAKE_CURRENT_LIST_DIR}/CommonTools.pc.in
     ${PROJECT_BINARY_DIR}/CommonTools.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/CommonTools.pc
-    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+    COMPONENT Development)
