@@ -5,6 +5,13 @@
  * Every function is synchronous and reports failure through its return
  * value. Settings, caches and the globals behind them are meant for the
  * application's main thread.
+ *
+ * The functions that write CustomConfig.ini (storeLanguage, softwareVersion,
+ * the filter setters, setCustomConfig) may be called from several processes
+ * at once: their writes are serialised, none is lost, and a write that
+ * cannot be completed (a full disk, a folder that may not be written)
+ * leaves the previous file as it was. Such a write waits at most about five
+ * seconds for the others before it goes ahead.
  */
 #ifndef ORVFUNCTION_H
 #define ORVFUNCTION_H
@@ -100,13 +107,6 @@ COMMONTOOLS_EXPORT QString systemDir(int which);
 ///@}
 
 /* ---- Language, version and user settings ----------------------------- */
-/** Every function that writes CustomConfig.ini (storeLanguage,
- * softwareVersion, the filter setters, setCustomConfig) may be called from
- * several processes at once: their writes are serialised, none is lost,
- * and a write that cannot be completed (a full disk, a folder that may not
- * be written) leaves the previous file as it was. Such a write waits at
- * most about five seconds for the others before it goes ahead. */
-
 /** The user-interface language code ("ENG", "CH" or what the client
  * stored). The cached code is returned unless reload is true or the cache
  * is empty; then it is read from CustomConfig.ini, or detected from the
@@ -131,7 +131,7 @@ COMMONTOOLS_EXPORT bool installTranslation(const QString& language);
 COMMONTOOLS_EXPORT QString softwareVersion();
 
 /* ---- Device enumeration filters ----------------------------------------- */
-/** Kept in CustomConfig.ini. The setters never create that file: without it
+/* Kept in CustomConfig.ini. The setters never create that file: without it
  * they do nothing (see setCustomConfig, softwareVersion, storeLanguage). */
 
 /** True when "Vision" holds exactly "NEU". */
@@ -142,14 +142,16 @@ COMMONTOOLS_EXPORT QString enumFilter();
 COMMONTOOLS_EXPORT QString unEnumFilter();
 ///@}
 /** The filter states: 0 without the file; when the key is absent, 2 for the
- * vendor state and 0 for the model state. Stored as plain integers. */
+ * vendor state and 0 for the model state. Stored as plain integers. The
+ * setters do nothing without CustomConfig.ini: they never create it. */
 ///@{
 COMMONTOOLS_EXPORT int vendorFilterState();
 COMMONTOOLS_EXPORT int modelFilterState();
 COMMONTOOLS_EXPORT void setVendorFilterState(const int& state);
 COMMONTOOLS_EXPORT void setModelFilterState(const int& state);
 ///@}
-/** The include and exclude lists, single strings; null when absent. */
+/** The include and exclude lists, single strings; null when absent. The
+ * setters do nothing without CustomConfig.ini: they never create it. */
 ///@{
 COMMONTOOLS_EXPORT QString vendorFilterInclude();
 COMMONTOOLS_EXPORT QString vendorFilterExclude();

@@ -45,6 +45,11 @@ void writeEncodedValue(QSettings& settings, const QString& key, const QString& t
  * created; the kernel releases it when its holder dies), so that it starts
  * from the file as the last writer left it. A writer that cannot have the
  * lock within a few seconds goes ahead as QSettings alone would.
+ *
+ * The file written is read back: QSettings reports success even when the
+ * last part of the file could not be written (a full disk), and the
+ * previous file, kept as a hard link while the write runs, is then put
+ * back.
  */
 void changeSettings(const QString& path, const std::function<void(QSettings&)>& change, bool onlyIfExists = false);
 
