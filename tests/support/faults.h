@@ -1,7 +1,8 @@
 // Fault injection: a child process that writes a file is killed with
 // SIGKILL at random moments of the write. Each time, the file must hold
 // either its old or its new content, byte for byte, and nothing may be
-// left beside it.
+// left beside it but what the next write removes; after a last write to
+// its end, nothing at all.
 #ifndef COMMONTOOLS_TEST_FAULTS_H
 #define COMMONTOOLS_TEST_FAULTS_H
 
@@ -20,8 +21,9 @@ struct KillTest
     QByteArray marker;              // what the child prints just before the write
     QString target;                 // the file written
     QByteArray oldContent;          // put back before every run
-    // Names that a kill may leave beside the target because the next write
-    // removes them (the settings' lock file of a dead writer, say).
+    // Names (wildcard patterns) that a kill may leave beside the target
+    // because the next write removes them (the settings' lock file of a
+    // dead writer, say).
     QStringList tolerated;
     int kills = 50;
     quint32 seed = 1;
@@ -34,15 +36,16 @@ struct KillReport
     int oldContent = 0;
     int newContent = 0;
     int toleratedLeftovers = 0;  // kills after which tolerated names were there
-    int writeMs = 0;             // how long one whole write took
+    int writeMs = 0;             // how long the quickest whole write took
     QStringList failures;        // empty when every kill was survived
 
     QString summary() const;
 };
 
-// Runs the child once to the end (its result is the new content), then
-// kills it test.kills times, each time at a random moment between its
-// marker and the time the whole write took.
+// Runs the child to the end a few times (its result is the new content),
+// then kills it test.kills times, each time at a random moment between its
+// marker and the time the quickest whole write took, then runs it to the
+// end once more.
 KillReport killDuringWrites(const KillTest& test);
 
 // From now on, writes of this process past bytes fail as on a full disk
