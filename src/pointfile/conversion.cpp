@@ -2,15 +2,16 @@
 //
 // The ".mfa" file is read whole into one buffer; every access to it is
 // bounded by its size. Each output is written to a temporary file beside
-// its target and renamed over it only once complete (QSaveFile), so that a
-// failure leaves the previous file as it was.
+// its target and renamed over it only once complete (ReplacingFile), so
+// that a failure, or a process killed on the way, leaves the previous file
+// as it was.
 
 #include "OrvPointFile.h"
+#include "replacingfile_p.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QLoggingCategory>
-#include <QSaveFile>
 
 #include <cstdint>
 #include <cstring>
@@ -39,13 +40,6 @@ const char kOutsideFile[] = "The header places the records or the checksum outsi
 void logCritical(const char* text)
 {
     QMessageLogger(nullptr, 0, nullptr).critical("%s", text);
-}
-
-// Unbuffered, so that a short write (a full disk) is seen at the write:
-// through QFileDevice's buffer it would be lost at close without an error.
-bool openForWriting(QSaveFile& file)
-{
-    return file.open(QIODevice::WriteOnly | QIODevice::Unbuffered);
 }
 
 // A byte of the buffer, 0 beyond its end.
@@ -184,7 +178,7 @@ const Row* findRow(const Row (&rows)[N], const Layout& layout)
 class LineWriter
 {
 public:
-    explicit LineWriter(QSaveFile& file)
+    explicit LineWriter(PointFile::ReplacingFile& file)
         : m_file(file)
     {
         m_buffer.reserve(kFlushSize + 64);
@@ -211,7 +205,7 @@ public:
     }
     bool flush()
     {
-        const bool ok = m_file.write(m_buffer) == m_buffer.size();
+        const bool ok = m_file.write(m_buffer);
         m_buffer.clear();
         m_ok = m_ok && ok;
         return m_ok;
@@ -219,7 +213,7 @@ public:
 
 private:
     static constexpr int kFlushSize = 1 << 20;
-    QSaveFile& m_file;
+    PointFile::ReplacingFile& m_file;
     QByteArray m_buffer;
     bool m_ok = true;
 };
@@ -249,7 +243,7 @@ void writeRecords(LineWriter& out, const QByteArray& file, const Header& header,
     }
 }
 
-bool commit(QSaveFile& file)
+bool commit(PointFile::ReplacingFile& file)
 {
     if (!file.commit()) {
         logCritical(kWriteFailed);
@@ -371,16 +365,15 @@ bool ChangeMfaToTxt(const QString& mfaPath)
     if (!raw && (!GetAnalyticFormat(format, layout.unit, layout.valid, layout.endian, layout.meaning) || layout.unit == 0))
         return true; // a record width of 0 describes no records
 
-    QSaveFile text(textPath(mfaPath));
-    if (!openForWriting(text)) {
+    PointFile::ReplacingFile text(textPath(mfaPath));
+    if (!text.open()) {
         logCritical(kOpenFailed);
         return false;
     }
 
     if (raw) {
         const qint64 count = qint64(header.crcOffset) - qint64(header.dataOffset);
-        if (count > 0 && text.write(file.constData() + header.dataOffset, count) != count) {
-            text.cancelWriting();
+        if (!text.write(file.constData() + header.dataOffset, qMax<qint64>(count, 0))) {
             logCritical(kWriteFailed);
             return false;
         }
@@ -394,7 +387,6 @@ bool ChangeMfaToTxt(const QString& mfaPath)
     if (size > qint64(header.dataOffset))
         writeRecords(out, file, header, layout);
     if (!out.flush()) {
-        text.cancelWriting();
         logCritical(kWriteFailed);
         return false;
     }
@@ -480,13 +472,12 @@ bool ChangeTxtToMfa(const QString& mfaPath)
     CrossPlatMemcpy_s(file.data() + header.dataOffset, unsigned(written), staging.constData(), unsigned(written));
     writeU32(file, header.crcOffset, header.computedCrc(file));
 
-    QSaveFile target(mfaPath);
-    if (!openForWriting(target)) {
+    PointFile::ReplacingFile target(mfaPath);
+    if (!target.open()) {
         logCritical(kOpenFailed);
         return false;
     }
-    if (target.write(file) != file.size()) {
-        target.cancelWriting();
+    if (!target.write(file)) {
         logCritical(kWriteFailed);
         return false;
     }
