@@ -13,6 +13,7 @@
 #include <QSet>
 #include <QSettings>
 #include <QTest>
+#include <QThread>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -244,6 +245,7 @@ private slots:
     void concurrentWritersLoseNothing();
     void concurrentWritersOfOneKey();
     void killedWriterLeavesOldOrNew();
+    void deadWritersFilesAreRemoved();
     void lockHeldElsewhereDoesNotHang();
     void fullDiskKeepsThePreviousFile();
     void readOnlyFolderKeepsThePreviousFile();
@@ -536,9 +538,12 @@ void TestSettings::killedWriterLeavesOldOrNew()
     test.target = run.customConfigPath();
     test.oldContent = TestFiles::readFile(test.target);
     // QSettings' own lock file, when the kill lands while QSettings holds
-    // it, and the link to the previous file that a write keeps while it
-    // runs: the next write finds their writer gone and removes them.
+    // it, its new file under a staging name, when the kill lands between
+    // its naming and its renaming, and the link to the previous file that
+    // a write keeps while it runs: the next write finds their writer gone
+    // and removes them.
     test.tolerated = QStringList{QStringLiteral("CustomConfig.ini.lock"), QStringLiteral("CustomConfig.ini.lock.rmlock"),
+                                 QStringLiteral("CustomConfig.ini.??????"),
                                  QStringLiteral(".CustomConfig.ini.commontools-previous")};
     test.kills = 50;
     test.seed = 1300;
@@ -553,6 +558,31 @@ void TestSettings::killedWriterLeavesOldOrNew()
     QCOMPARE(run.value("value"), QStringLiteral("written"));
     QCOMPARE(Faults::entries(QFileInfo(run.customConfigPath()).absolutePath()),
              QStringList{QStringLiteral("CustomConfig.ini")});
+}
+
+void TestSettings::deadWritersFilesAreRemoved()
+{
+    Scenario::Run run;
+    QVERIFY(run.writeCustomConfig({QStringLiteral("[General]"), QStringLiteral("Kept=1")}));
+    const QString path = run.customConfigPath();
+    const QString folder = QFileInfo(path).absolutePath();
+    // A file of the user's, named as QSettings names its new files.
+    QVERIFY(TestFiles::writeFile(path + QStringLiteral(".backup"), "[General]\nKept=0\n"));
+    // File times move in ticks of a few milliseconds.
+    QThread::msleep(50);
+    // A writer began (it linked the previous file) and died just before
+    // QSettings renamed its new file over the old one.
+    const QString previous = folder + QStringLiteral("/.CustomConfig.ini.commontools-previous");
+    QCOMPARE(::link(QFile::encodeName(path).constData(), QFile::encodeName(previous).constData()), 0);
+    QThread::msleep(50);
+    QVERIFY(TestFiles::writeFile(path + QStringLiteral(".XyZabc"), "[General]\nKept=1\nNew=1\n"));
+    QVERIFY(TestFiles::writeFile(path + QStringLiteral(".notes"), "mine\n"));
+
+    COMMONTOOLS_RUN_SCENARIO(run, "timedWrite");
+    QCOMPARE(run.value("value"), QStringLiteral("written"));
+    QCOMPARE(Faults::entries(folder),
+             (QStringList{QStringLiteral("CustomConfig.ini"), QStringLiteral("CustomConfig.ini.backup"),
+                          QStringLiteral("CustomConfig.ini.notes")}));
 }
 
 void TestSettings::lockHeldElsewhereDoesNotHang()

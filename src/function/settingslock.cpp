@@ -5,9 +5,11 @@
 
 #include <QDebug>
 #include <QDeadlineTimer>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QLockFile>
+#include <QRegularExpression>
 
 #include <cerrno>
 #include <fcntl.h>
@@ -143,14 +145,45 @@ QString previousName(const QString& path)
     return info.absolutePath() + QLatin1String("/.") + info.fileName() + QLatin1String(".commontools-previous");
 }
 
+// QSettings writes the new file without a name and names it
+// "<file>.XXXXXX" (six letters) only for the moment between writing it and
+// renaming it over the old one.
+bool isQSettingsStagingName(const QString& name, const QString& fileName)
+{
+    static const QRegularExpression letters(QStringLiteral("^[A-Za-z]{6}$"));
+    return name.size() == fileName.size() + 7 && name.startsWith(fileName + QLatin1Char('.'))
+            && letters.match(name.midRef(fileName.size() + 1)).hasMatch();
+}
+
+bool notBefore(const timespec& a, const timespec& b)
+{
+    return a.tv_sec != b.tv_sec ? a.tv_sec > b.tv_sec : a.tv_nsec >= b.tv_nsec;
+}
+
 // A writer that died while it wrote leaves the previous file linked: the
 // settings file is then the previous one or a whole new one (QSaveFile
-// replaces it in one step), and the link goes.
+// replaces it in one step), and the link goes. If it died in the moment
+// before the rename, its new file is left under a staging name too: a
+// staging name changed since the link was made, when the dead writer
+// began, is its (a file of the user's named alike is older).
 void removeLeftPrevious(const QString& path)
 {
     const QByteArray previous = QFile::encodeName(previousName(path));
-    if (::access(previous.constData(), F_OK) == 0)
-        ::unlink(previous.constData());
+    struct stat link{};
+    if (::lstat(previous.constData(), &link) != 0)
+        return;
+    const QFileInfo info(path);
+    const QDir folder = info.absoluteDir();
+    const QStringList names = folder.entryList(QDir::Files | QDir::Hidden | QDir::System);
+    for (const QString& name : names) {
+        if (!isQSettingsStagingName(name, info.fileName()))
+            continue;
+        const QByteArray staging = QFile::encodeName(folder.filePath(name));
+        struct stat left{};
+        if (::lstat(staging.constData(), &left) == 0 && S_ISREG(left.st_mode) && notBefore(left.st_ctim, link.st_ctim))
+            ::unlink(staging.constData());
+    }
+    ::unlink(previous.constData());
 }
 
 } // namespace
