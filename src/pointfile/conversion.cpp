@@ -1,10 +1,10 @@
 // Point files: ".mfa" to ".txt" and back.
 //
 // The ".mfa" file is read whole into one buffer; every access to it is
-// bounded by its size. Each output is written to a temporary file beside
-// its target and renamed over it only once complete (ReplacingFile), so
-// that a failure, or a process killed on the way, leaves the previous file
-// as it was.
+// bounded by its size. Each output is written to a new file beside its
+// target and put in its place only once complete (ReplacingFile), so that a
+// failure, or a process killed on the way, leaves the previous file as it
+// was.
 
 #include "OrvPointFile.h"
 #include "replacingfile_p.h"

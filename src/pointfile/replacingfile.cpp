@@ -35,6 +35,21 @@ QByteArray newStagingPath(const QByteArray& folder, const QString& targetName)
     return folder + '/' + QFile::encodeName(name);
 }
 
+// Tries new staging names until create() makes one, or fails for another
+// reason than the name being taken: the name, or an empty one.
+template <typename Create>
+QByteArray takeStagingName(const QByteArray& folder, const QString& targetName, Create create)
+{
+    for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
+        const QByteArray path = newStagingPath(folder, targetName);
+        if (create(path))
+            return path;
+        if (errno != EEXIST)
+            break;
+    }
+    return QByteArray();
+}
+
 bool sameFile(const struct stat& a, const struct stat& b)
 {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
@@ -96,6 +111,7 @@ ReplacingFile::ReplacingFile(const QString& target, Staging staging)
     const QFileInfo info = finalTarget(target);
     m_target = QFile::encodeName(info.absoluteFilePath());
     m_folder = QFile::encodeName(info.absolutePath());
+    m_targetName = info.fileName();
 }
 
 ReplacingFile::~ReplacingFile()
@@ -112,8 +128,7 @@ bool ReplacingFile::open()
     if (exists && (S_ISDIR(existing.st_mode) || ::access(m_target.constData(), W_OK) != 0))
         return false;
 
-    const QString targetName = QFileInfo(QFile::decodeName(m_target)).fileName();
-    removeAbandoned(m_folder, targetName);
+    removeAbandoned(m_folder, m_targetName);
 
     // Private until it has the old file's permissions.
     const int mode = exists ? 0600 : 0666;
@@ -141,18 +156,11 @@ bool ReplacingFile::openUnnamed(int mode)
 
 bool ReplacingFile::openNamed(int mode)
 {
-    const QString targetName = QFileInfo(QFile::decodeName(m_target)).fileName();
-    for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
-        const QByteArray path = newStagingPath(m_folder, targetName);
+    m_named = takeStagingName(m_folder, m_targetName, [this, mode](const QByteArray& path) {
         m_fd = ::open(path.constData(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC | O_NOFOLLOW, mode);
-        if (m_fd >= 0) {
-            m_named = path;
-            return true;
-        }
-        if (errno != EEXIST)
-            return false;
-    }
-    return false;
+        return m_fd >= 0;
+    });
+    return m_fd >= 0;
 }
 
 bool ReplacingFile::write(const char* data, qint64 size)
@@ -182,17 +190,10 @@ bool ReplacingFile::linkUnnamed()
         return true;
     if (errno != EEXIST)
         return false;
-    const QString targetName = QFileInfo(QFile::decodeName(m_target)).fileName();
-    for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
-        const QByteArray path = newStagingPath(m_folder, targetName);
-        if (::linkat(AT_FDCWD, self.constData(), AT_FDCWD, path.constData(), AT_SYMLINK_FOLLOW) == 0) {
-            m_named = path;
-            return true;
-        }
-        if (errno != EEXIST)
-            return false;
-    }
-    return false;
+    m_named = takeStagingName(m_folder, m_targetName, [&self](const QByteArray& path) {
+        return ::linkat(AT_FDCWD, self.constData(), AT_FDCWD, path.constData(), AT_SYMLINK_FOLLOW) == 0;
+    });
+    return !m_named.isEmpty();
 }
 
 bool ReplacingFile::commit()

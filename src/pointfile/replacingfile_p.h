@@ -56,6 +56,7 @@ private:
 
     QByteArray m_target; // the file replaced, symbolic links followed
     QByteArray m_folder;
+    QString m_targetName;
     QByteArray m_named;  // the staging file's name, while it has one
     Staging m_staging;
     int m_fd = -1;
