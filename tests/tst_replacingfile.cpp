@@ -107,30 +107,22 @@ class TestReplacingFile : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase_data();
     void init();
 
     void stagingName_data();
     void stagingName();
 
-    void createsTheFile_data();
     void createsTheFile();
-    void replacesTheFileKeepingItsPermissions_data();
     void replacesTheFileKeepingItsPermissions();
-    void discardKeepsTheOldFile_data();
     void discardKeepsTheOldFile();
-    void writesThroughSymbolicLinks_data();
     void writesThroughSymbolicLinks();
-    void cannotWriteThere_data();
     void cannotWriteThere();
-    void fullDiskKeepsTheOldFile_data();
     void fullDiskKeepsTheOldFile();
-    void abandonedStagingFilesAreRemoved_data();
     void abandonedStagingFilesAreRemoved();
-    void twoWritersOfOneFile_data();
     void twoWritersOfOneFile();
 
 private:
-    void addStagings();
     QString path(const QString& name) const { return m_dir->filePath(name); }
     QStringList entries() const { return Faults::entries(m_dir->path()); }
 
@@ -143,7 +135,8 @@ void TestReplacingFile::init()
     QVERIFY(m_dir->isValid());
 }
 
-void TestReplacingFile::addStagings()
+// Every test runs with both ways of staging the new content.
+void TestReplacingFile::initTestCase_data()
 {
     QTest::addColumn<ReplacingFile::Staging>("staging");
     QTest::newRow("unnamed") << ReplacingFile::Staging::Unnamed;
@@ -153,7 +146,7 @@ void TestReplacingFile::addStagings()
 void TestReplacingFile::stagingName_data()
 {
     QTest::addColumn<QString>("name");
-    QTest::addColumn<bool>("staging");
+    QTest::addColumn<bool>("isStagingName");
     QTest::newRow("six letters") << QStringLiteral(".pts.txt.commontools-AbCdEf") << true;
     QTest::newRow("five letters") << QStringLiteral(".pts.txt.commontools-AbCdE") << false;
     QTest::newRow("seven letters") << QStringLiteral(".pts.txt.commontools-AbCdEfG") << false;
@@ -168,18 +161,13 @@ void TestReplacingFile::stagingName_data()
 void TestReplacingFile::stagingName()
 {
     QFETCH(QString, name);
-    QFETCH(bool, staging);
-    QCOMPARE(ReplacingFile::isStagingName(name, QStringLiteral("pts.txt")), staging);
-}
-
-void TestReplacingFile::createsTheFile_data()
-{
-    addStagings();
+    QFETCH(bool, isStagingName);
+    QCOMPARE(ReplacingFile::isStagingName(name, QStringLiteral("pts.txt")), isStagingName);
 }
 
 void TestReplacingFile::createsTheFile()
 {
-    QFETCH(ReplacingFile::Staging, staging);
+    QFETCH_GLOBAL(ReplacingFile::Staging, staging);
     ReplacingFile file(path(QStringLiteral("pts.txt")), staging);
     QVERIFY(file.open());
     QVERIFY(file.write("1\n2\n", 4));
@@ -202,14 +190,9 @@ void TestReplacingFile::createsTheFile()
     QVERIFY(!file.commit());
 }
 
-void TestReplacingFile::replacesTheFileKeepingItsPermissions_data()
-{
-    addStagings();
-}
-
 void TestReplacingFile::replacesTheFileKeepingItsPermissions()
 {
-    QFETCH(ReplacingFile::Staging, staging);
+    QFETCH_GLOBAL(ReplacingFile::Staging, staging);
     const QString target = path(QStringLiteral("pts.txt"));
     QVERIFY(writeFile(target, "old\n"));
     QVERIFY(QFile::setPermissions(target, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadGroup));
@@ -227,14 +210,9 @@ void TestReplacingFile::replacesTheFileKeepingItsPermissions()
     QCOMPARE(entries(), QStringList{QStringLiteral("pts.txt")});
 }
 
-void TestReplacingFile::discardKeepsTheOldFile_data()
-{
-    addStagings();
-}
-
 void TestReplacingFile::discardKeepsTheOldFile()
 {
-    QFETCH(ReplacingFile::Staging, staging);
+    QFETCH_GLOBAL(ReplacingFile::Staging, staging);
     const QString target = path(QStringLiteral("pts.txt"));
     QVERIFY(writeFile(target, "old\n"));
     {
@@ -253,14 +231,9 @@ void TestReplacingFile::discardKeepsTheOldFile()
     QCOMPARE(entries(), QStringList{QStringLiteral("pts.txt")});
 }
 
-void TestReplacingFile::writesThroughSymbolicLinks_data()
-{
-    addStagings();
-}
-
 void TestReplacingFile::writesThroughSymbolicLinks()
 {
-    QFETCH(ReplacingFile::Staging, staging);
+    QFETCH_GLOBAL(ReplacingFile::Staging, staging);
     QVERIFY(QDir(m_dir->path()).mkdir(QStringLiteral("real")));
     const QString real = path(QStringLiteral("real/pts.txt"));
     QVERIFY(writeFile(real, "old\n"));
@@ -276,14 +249,9 @@ void TestReplacingFile::writesThroughSymbolicLinks()
     QCOMPARE(Faults::entries(path(QStringLiteral("real"))), QStringList{QStringLiteral("pts.txt")});
 }
 
-void TestReplacingFile::cannotWriteThere_data()
-{
-    addStagings();
-}
-
 void TestReplacingFile::cannotWriteThere()
 {
-    QFETCH(ReplacingFile::Staging, staging);
+    QFETCH_GLOBAL(ReplacingFile::Staging, staging);
     QVERIFY(QDir(m_dir->path()).mkdir(QStringLiteral("pts.txt")));
     ReplacingFile folder(path(QStringLiteral("pts.txt")), staging);
     QVERIFY(!folder.open());
@@ -296,14 +264,9 @@ void TestReplacingFile::cannotWriteThere()
     QCOMPARE(entries(), QStringList{QStringLiteral("pts.txt")});
 }
 
-void TestReplacingFile::fullDiskKeepsTheOldFile_data()
-{
-    addStagings();
-}
-
 void TestReplacingFile::fullDiskKeepsTheOldFile()
 {
-    QFETCH(ReplacingFile::Staging, staging);
+    QFETCH_GLOBAL(ReplacingFile::Staging, staging);
     const QString target = path(QStringLiteral("pts.txt"));
     QVERIFY(writeFile(target, "old\n"));
     ReplacingFile file(target, staging);
@@ -320,14 +283,9 @@ void TestReplacingFile::fullDiskKeepsTheOldFile()
     QCOMPARE(entries(), QStringList{QStringLiteral("pts.txt")});
 }
 
-void TestReplacingFile::abandonedStagingFilesAreRemoved_data()
-{
-    addStagings();
-}
-
 void TestReplacingFile::abandonedStagingFilesAreRemoved()
 {
-    QFETCH(ReplacingFile::Staging, staging);
+    QFETCH_GLOBAL(ReplacingFile::Staging, staging);
     const QString target = path(QStringLiteral("pts.txt"));
     QVERIFY(writeFile(target, "old\n"));
     // Left by writers that died: nobody holds them.
@@ -357,14 +315,9 @@ void TestReplacingFile::abandonedStagingFilesAreRemoved()
     QCOMPARE(readFile(path(QStringLiteral(".pts.txt.commontools-LiveOn"))), QByteArray("live\n"));
 }
 
-void TestReplacingFile::twoWritersOfOneFile_data()
-{
-    addStagings();
-}
-
 void TestReplacingFile::twoWritersOfOneFile()
 {
-    QFETCH(ReplacingFile::Staging, staging);
+    QFETCH_GLOBAL(ReplacingFile::Staging, staging);
     const QString target = path(QStringLiteral("pts.txt"));
     QVERIFY(writeFile(target, "old\n"));
     ReplacingFile first(target, staging);
