@@ -38,7 +38,7 @@ cleanup() {
     for mount in "$chroot_dir/dev" "$chroot_dir/proc"; do
         if mountpoint -q "$mount" 2>/dev/null; then umount -l "$mount"; fi
     done
-    rm -rf "$scratch"
+    rm -rf "$scratch" /opt/ctt-debian-*-$$
 }
 trap cleanup EXIT
 
@@ -185,7 +185,7 @@ test_foreign() {
     dpkg-deb -x "$(deb commontools "$arch")" "$extracted"
     file -L "$extracted/usr/lib/$multiarch/libCommonTools.so.1" | grep -q "ELF" || fail "no ELF library"
     qemu=/usr/bin/qemu-$(dpkg-architecture -a "$arch" -qDEB_HOST_GNU_CPU 2>/dev/null | sed 's/^arm.*/arm/')-static
-    # An application name of the test's own: its /opt folder is removed.
+    # An application name of the test's own: its /opt folder is removed on exit.
     app=ctt-debian-$arch-$$
     printf '[General]\nAPPName=%s\n' "$app" >"$scratch/app-$arch.ini"
     run() {
@@ -197,7 +197,6 @@ test_foreign() {
     [ "$(run calc '(1>2)?5:max(6,7)')" = "7" ] || fail "commontools calc"
     [ "$(run --language CH error 0x90006607)" = "(错误码 : 0x90006607) 登录失败" ] || fail "commontools error in Chinese"
     run demo >"$scratch/demo-$arch.log" 2>&1 || { cat "$scratch/demo-$arch.log"; fail "commontools demo under qemu"; }
-    rm -rf "/opt/${app:?}"
     grep -q "(Error Code : 0x90006607) Login failed" "$scratch/demo-$arch.log" || fail "the demo did not show the messages"
     echo "   hex, calc, error and demo ran"
 }
