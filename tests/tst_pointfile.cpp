@@ -923,7 +923,7 @@ void TestPointFile::killedExportLeavesOldOrNew()
     test.oldContent = "a text that was there before\n";
     // The new text under its staging name, when the kill lands between
     // its naming and its renaming: the next conversion removes it.
-    test.tolerated = QStringList{QStringLiteral(".points.txt.commontools-*")};
+    test.tolerated = QStringList{QStringLiteral(".commontools-points.txt.*")};
     test.seed = 6101;
     const Faults::KillReport report = Faults::killDuringWrites(test);
     qInfo("ChangeMfaToTxt of %d records: %s", records, qPrintable(report.summary()));
@@ -953,7 +953,7 @@ void TestPointFile::killedImportLeavesOldOrNew()
     test.marker = "@writing=true";
     test.target = mfa;
     test.oldContent = Mfa::mfaFile("Unit:4 Valid:3 Endian:L", randomRecords(records, 61));
-    test.tolerated = QStringList{QStringLiteral(".points.mfa.commontools-*")};
+    test.tolerated = QStringList{QStringLiteral(".commontools-points.mfa.*")};
     test.seed = 6102;
     const Faults::KillReport report = Faults::killDuringWrites(test);
     qInfo("ChangeTxtToMfa of %d records: %s", records, qPrintable(report.summary()));

@@ -11,7 +11,10 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <atomic>
 #include <csignal>
+#include <thread>
+#include <vector>
 #include <memory>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -121,6 +124,7 @@ private slots:
     void fullDiskKeepsTheOldFile();
     void abandonedStagingFilesAreRemoved();
     void twoWritersOfOneFile();
+    void concurrentWritersOfOneFile();
 
 private:
     QString path(const QString& name) const { return m_dir->filePath(name); }
@@ -147,14 +151,15 @@ void TestReplacingFile::stagingName_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<bool>("isStagingName");
-    QTest::newRow("six letters") << QStringLiteral(".pts.txt.commontools-AbCdEf") << true;
-    QTest::newRow("five letters") << QStringLiteral(".pts.txt.commontools-AbCdE") << false;
-    QTest::newRow("seven letters") << QStringLiteral(".pts.txt.commontools-AbCdEfG") << false;
-    QTest::newRow("a digit") << QStringLiteral(".pts.txt.commontools-AbCd3f") << false;
-    QTest::newRow("a dot") << QStringLiteral(".pts.txt.commontools-AbC.Ef") << false;
-    QTest::newRow("not hidden") << QStringLiteral("pts.txt.commontools-AbCdEf") << false;
-    QTest::newRow("another file's") << QStringLiteral(".pts.mfa.commontools-AbCdEf") << false;
+    QTest::newRow("six letters") << QStringLiteral(".commontools-pts.txt.AbCdEf") << true;
+    QTest::newRow("five letters") << QStringLiteral(".commontools-pts.txt.AbCdE") << false;
+    QTest::newRow("seven letters") << QStringLiteral(".commontools-pts.txt.AbCdEfG") << false;
+    QTest::newRow("a digit") << QStringLiteral(".commontools-pts.txt.AbCd3f") << false;
+    QTest::newRow("a dot") << QStringLiteral(".commontools-pts.txt.AbC.Ef") << false;
+    QTest::newRow("not hidden") << QStringLiteral("commontools-pts.txt.AbCdEf") << false;
+    QTest::newRow("another file's") << QStringLiteral(".commontools-pts.mfa.AbCdEf") << false;
     QTest::newRow("QSaveFile's") << QStringLiteral("pts.txt.AbCdEf") << false;
+    QTest::newRow("an earlier naming") << QStringLiteral(".pts.txt.commontools-AbCdEf") << false;
     QTest::newRow("the file") << QStringLiteral("pts.txt") << false;
 }
 
@@ -289,18 +294,18 @@ void TestReplacingFile::abandonedStagingFilesAreRemoved()
     const QString target = path(QStringLiteral("pts.txt"));
     QVERIFY(writeFile(target, "old\n"));
     // Left by writers that died: nobody holds them.
-    QVERIFY(writeFile(path(QStringLiteral(".pts.txt.commontools-AbCdEf")), "dead\n"));
-    QVERIFY(writeFile(path(QStringLiteral(".pts.txt.commontools-zzzzzz")), "dead\n"));
+    QVERIFY(writeFile(path(QStringLiteral(".commontools-pts.txt.AbCdEf")), "dead\n"));
+    QVERIFY(writeFile(path(QStringLiteral(".commontools-pts.txt.zzzzzz")), "dead\n"));
     // Held by a writer at work.
-    QVERIFY(writeFile(path(QStringLiteral(".pts.txt.commontools-LiveOn")), "live\n"));
-    const HeldFile live(path(QStringLiteral(".pts.txt.commontools-LiveOn")));
+    QVERIFY(writeFile(path(QStringLiteral(".commontools-pts.txt.LiveOn")), "live\n"));
+    const HeldFile live(path(QStringLiteral(".commontools-pts.txt.LiveOn")));
     QVERIFY(live.isHeld());
     // Named alike, but not staging files of this target.
-    const QStringList others{QStringLiteral(".pts.txt.commontools-notes"), QStringLiteral(".pts.mfa.commontools-AbCdEf"),
-                             QStringLiteral("pts.txt.AbCdEf")};
+    const QStringList others{QStringLiteral(".commontools-pts.txt.notes"), QStringLiteral(".commontools-pts.mfa.AbCdEf"),
+                             QStringLiteral("pts.txt.AbCdEf"), QStringLiteral(".pts.txt.commontools-AbCdEf")};
     for (const QString& other : others)
         QVERIFY(writeFile(path(other), "other\n"));
-    QVERIFY(QDir(m_dir->path()).mkdir(QStringLiteral(".pts.txt.commontools-Folder")));
+    QVERIFY(QDir(m_dir->path()).mkdir(QStringLiteral(".commontools-pts.txt.Folder")));
 
     ReplacingFile file(target, staging);
     QVERIFY(file.open());
@@ -308,11 +313,11 @@ void TestReplacingFile::abandonedStagingFilesAreRemoved()
     QVERIFY(file.commit());
     QCOMPARE(readFile(target), QByteArray("new\n"));
     QStringList expected = others;
-    expected << QStringLiteral(".pts.txt.commontools-Folder") << QStringLiteral(".pts.txt.commontools-LiveOn")
+    expected << QStringLiteral(".commontools-pts.txt.Folder") << QStringLiteral(".commontools-pts.txt.LiveOn")
              << QStringLiteral("pts.txt");
     expected.sort();
     QCOMPARE(entries(), expected);
-    QCOMPARE(readFile(path(QStringLiteral(".pts.txt.commontools-LiveOn"))), QByteArray("live\n"));
+    QCOMPARE(readFile(path(QStringLiteral(".commontools-pts.txt.LiveOn"))), QByteArray("live\n"));
 }
 
 void TestReplacingFile::twoWritersOfOneFile()
@@ -331,6 +336,35 @@ void TestReplacingFile::twoWritersOfOneFile()
     QCOMPARE(readFile(target), QByteArray("second\n"));
     QVERIFY(first.commit());
     QCOMPARE(readFile(target), QByteArray("first\n"));
+    QCOMPARE(entries(), QStringList{QStringLiteral("pts.txt")});
+}
+
+// Writers at once, each of which clears what it takes for abandoned: none
+// may take another's staging file, between its making and its lock, for
+// one of a dead writer's.
+void TestReplacingFile::concurrentWritersOfOneFile()
+{
+    QFETCH_GLOBAL(ReplacingFile::Staging, staging);
+    const QString target = path(QStringLiteral("pts.txt"));
+    QVERIFY(writeFile(target, "old\n"));
+    constexpr int kWriters = 4;
+    constexpr int kWrites = 1500;
+    std::atomic<int> failed{0};
+    std::vector<std::thread> writers;
+    for (int writer = 0; writer < kWriters; ++writer) {
+        writers.emplace_back([&, writer] {
+            const QByteArray content = "writer " + QByteArray::number(writer) + '\n';
+            for (int i = 0; i < kWrites; ++i) {
+                ReplacingFile file(target, staging);
+                if (!(file.open() && file.write(content) && file.commit()))
+                    ++failed;
+            }
+        });
+    }
+    for (std::thread& writer : writers)
+        writer.join();
+    QCOMPARE(failed.load(), 0);
+    QVERIFY(readFile(target).startsWith("writer "));
     QCOMPARE(entries(), QStringList{QStringLiteral("pts.txt")});
 }
 

@@ -5,11 +5,12 @@
  *
  * The content is written to a file without a name (O_TMPFILE), which
  * vanishes with its writer. Only to replace the target is it given a name,
- * ".<target>.commontools-XXXXXX", for the moment between link and rename;
+ * ".commontools-<target>.XXXXXX", for the moment between link and rename;
  * where the file system has no unnamed files, it has that name throughout.
  * The writer holds a lock (flock) on it, which the kernel drops when the
  * writer dies: the next writer of the same target removes any such file
- * that nobody holds.
+ * that nobody holds. The file and then its folder are synced before
+ * commit() reports success, so that the new content outlasts a power cut.
  */
 #ifndef ORVPOINTFILE_REPLACINGFILE_P_H
 #define ORVPOINTFILE_REPLACINGFILE_P_H
@@ -39,13 +40,15 @@ public:
     // All of it, or false (a full disk); after a failure, commit() fails.
     bool write(const char* data, qint64 size);
     bool write(const QByteArray& data) { return write(data.constData(), data.size()); }
-    // Puts the new content in place; on false the target is as it was.
+    // Puts the new content in place and on the disk. On false the target is
+    // as it was, or (when only the last sync failed) new but perhaps not yet
+    // on the disk.
     bool commit();
     // Forgets what was written; the target is as it was.
     void discard();
 
     // The name the new content has while it replaces the target's, or has
-    // throughout where there are no unnamed files: ".<target>.commontools-"
+    // throughout where there are no unnamed files: ".commontools-<target>."
     // and six letters.
     static bool isStagingName(const QString& fileName, const QString& targetName);
 
@@ -56,7 +59,7 @@ private:
 
     QByteArray m_target; // the file replaced, symbolic links followed
     QByteArray m_folder;
-    QString m_targetName;
+    QString m_stagingPrefix;
     QByteArray m_named;  // the staging file's name, while it has one
     Staging m_staging;
     int m_fd = -1;
