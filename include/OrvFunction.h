@@ -6,12 +6,25 @@
  * value. Settings, caches and the globals behind them are meant for the
  * application's main thread.
  *
- * The functions that write CustomConfig.ini (storeLanguage, softwareVersion,
- * the filter setters, setCustomConfig) may be called from several processes
- * at once: their writes are serialised, none is lost, and a write that
- * cannot be completed (a full disk, a folder that may not be written)
- * leaves the previous file as it was. Such a write waits at most about five
- * seconds for the others before it goes ahead.
+ * Writes of CustomConfig.ini (storeLanguage, softwareVersion, the filter
+ * setters, setCustomConfig):
+ *  - Once the call has returned, the file holds the new value, whole, and
+ *    keeps it through a power cut (the file and its folder are synced);
+ *    readers see the old file or the new one, never a mix.
+ *  - A write that cannot be completed (a full disk, a folder that may not
+ *    be written) leaves the file as it was and logs a warning (qWarning)
+ *    that names the reason.
+ *  - Processes writing at once are served one after the other and lose
+ *    nothing. A write waits at most about a second for the others; if one
+ *    holds on longer, the write is not made, and says so in a warning.
+ *  - A symbolic link is followed: the file it leads to is replaced, and the
+ *    library's own files (a lock file ".commontools-CustomConfig.ini.lock",
+ *    which stays, and private copies ".commontools-CustomConfig.ini.staging-*"
+ *    that a killed writer may leave, which the next write removes) are made
+ *    beside that file. No other file there is touched.
+ *  - On a file system without file locks (NFS without its lock service),
+ *    writes of several processes at once are not kept apart, and copies that
+ *    a killed writer left stay.
  */
 #ifndef ORVFUNCTION_H
 #define ORVFUNCTION_H

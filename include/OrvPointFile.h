@@ -3,12 +3,14 @@
  * form, the format descriptor and the checksum that guards the files.
  *
  * A conversion replaces its output in one step: a process killed during it
- * leaves the old file or the whole new one. The new content is written
- * without a name or, on file systems without unnamed files, under the
- * hidden name ".<file>.commontools-XXXXXX" (six letters), which it also has
- * for the moment of the replacement. A process killed while the new content
- * has that name leaves it behind; the next conversion to the same file
- * removes it.
+ * leaves the old file or the whole new one, and once it has returned true
+ * the new file keeps its content through a power cut (the file and its
+ * folder are synced). The new content is written without a name or, on file
+ * systems without unnamed files, under the hidden name
+ * ".commontools-<file>.XXXXXX" (six letters), which it also has for the
+ * moment of the replacement. A process killed while the new content has
+ * that name leaves it behind; the next conversion to the same file removes
+ * it, and no other file.
  */
 #ifndef ORVPOINTFILE_H
 #define ORVPOINTFILE_H

@@ -87,13 +87,22 @@ QString softwareVersion()
         return s_strsoftwareVer;
     }
 
-    // Opening CustomConfig.ini creates it when the default is written back.
-    changeSettings(customConfigPath(), [](QSettings& settings) {
-        if (!settings.contains(QLatin1String(kSoftwareVersionKey))) {
-            s_strsoftwareVer = QLatin1String(kDefaultVersion);
-            writeEncodedValue(settings, QLatin1String(kSoftwareVersionKey), s_strsoftwareVer);
+    const QString path = customConfigPath();
+    {
+        const QSettings settings(path, QSettings::IniFormat);
+        if (settings.contains(QLatin1String(kSoftwareVersionKey))) {
+            s_strsoftwareVer = readEncodedValue(settings, QLatin1String(kSoftwareVersionKey));
+            return s_strsoftwareVer;
         }
-        s_strsoftwareVer = readEncodedValue(settings, QLatin1String(kSoftwareVersionKey));
+    }
+    // The default is written back (creating the file), unless another
+    // process stored a version meanwhile.
+    s_strsoftwareVer = QLatin1String(kDefaultVersion);
+    changeSettings(path, [](QSettings& settings) {
+        if (settings.contains(QLatin1String(kSoftwareVersionKey)))
+            s_strsoftwareVer = readEncodedValue(settings, QLatin1String(kSoftwareVersionKey));
+        else
+            writeEncodedValue(settings, QLatin1String(kSoftwareVersionKey), s_strsoftwareVer);
     });
     return s_strsoftwareVer;
 }

@@ -31,27 +31,30 @@ QString readEncodedValue(const QSettings& settings, const QString& key);
 void writeEncodedValue(QSettings& settings, const QString& key, const QString& text);
 
 /*
- * One read-modify-write of the settings file at path: change is applied to
- * a settings object, which is written back before the call returns. With
- * onlyIfExists, nothing happens (and nothing is created) when the file does
- * not exist. Every write of the user's settings goes through here.
+ * One change of the settings file at path, all or nothing: change is
+ * applied to a settings object, and the file is replaced only once the new
+ * content is whole and on the disk. Every write of the user's settings goes
+ * through here. With onlyIfExists, nothing happens (and nothing is
+ * created) when the file does not exist.
  *
- * Writers in several processes are serialised: QSettings alone loses
- * writes then. It reads the file, then takes its size and modification
- * time, and under its own lock re-reads only when those differ; a write
- * landing between its read and its stat is overwritten with the older
- * content. Here the settings object is made, written and destroyed under a
- * lock of the library's own, flock() on the file's folder (nothing is
- * created; the kernel releases it when its holder dies), so that it starts
- * from the file as the last writer left it. A writer that cannot have the
- * lock within a few seconds goes ahead as QSettings alone would.
+ * The change is made on a private copy of the file (its final target,
+ * symbolic links followed), ".commontools-<file>.staging-" and six letters
+ * in the same folder, so that QSettings' own lock and staging files carry
+ * that name too. The copy is read back (QSettings does not always notice a
+ * failed write), synced, renamed over the file, and the folder is synced.
  *
- * The file written is read back: QSettings reports success even when the
- * last part of the file could not be written (a full disk), and the
- * previous file, kept as a hard link while the write runs, is then put
- * back.
+ * Writers in several processes are serialised by flock() on the lock file
+ * ".commontools-<file>.lock" beside it, which every writer holds while a
+ * private file of its exists: files with the private prefix found under
+ * the lock were left by a writer that died, and are removed. A writer waits
+ * for the lock at most about a second, then gives up; where the file
+ * system has no locks, writers go ahead without it (and nothing left by a
+ * dead one is removed).
+ *
+ * True when the file holds the change (or nothing was to be done); false
+ * after a warning that names the reason, the file being as it was.
  */
-void changeSettings(const QString& path, const std::function<void(QSettings&)>& change, bool onlyIfExists = false);
+bool changeSettings(const QString& path, const std::function<void(QSettings&)>& change, bool onlyIfExists = false);
 
 } // namespace OrvInterface
 

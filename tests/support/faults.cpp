@@ -162,6 +162,8 @@ KillReport killDuringWrites(const KillTest& test)
 
         bool leftSomething = false;
         for (const QString& name : newEntries(folder, before)) {
+            if (matchesAny(name, test.kept))
+                continue;
             if (matchesAny(name, test.tolerated))
                 leftSomething = true;
             else
@@ -169,14 +171,21 @@ KillReport killDuringWrites(const KillTest& test)
         }
         if (leftSomething)
             ++report.toleratedLeftovers;
+        if (test.afterEachKill) {
+            const QString failure = test.afterEachKill(i);
+            if (!failure.isEmpty())
+                report.failures << failure;
+        }
     }
 
     // A whole write after all that leaves the new content and nothing else.
     int elapsedMs = 0;
     if (writeToTheEnd(test, report, &elapsedMs) != newContent)
         report.failures << QStringLiteral("the last write did not give the new content");
-    for (const QString& name : newEntries(folder, before))
-        report.failures << QStringLiteral("the last write left %1").arg(name);
+    for (const QString& name : newEntries(folder, before)) {
+        if (!matchesAny(name, test.kept))
+            report.failures << QStringLiteral("the last write left %1").arg(name);
+    }
     return report;
 }
 

@@ -12,6 +12,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
+
 namespace Faults {
 
 struct KillTest
@@ -25,8 +27,15 @@ struct KillTest
     // because the next write removes them (the settings' lock file of a
     // dead writer, say).
     QStringList tolerated;
+    // Names (wildcard patterns) of files the writer makes and keeps for
+    // good (a lock file, say): neither a leftover nor a failure.
+    QStringList kept;
     int kills = 50;
     quint32 seed = 1;
+    // Called after each kill and its checks, before the next writer starts
+    // (a user copying the file, say); what it returns that is not empty is
+    // a failure.
+    std::function<QString(int kill)> afterEachKill;
 };
 
 struct KillReport
