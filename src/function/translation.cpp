@@ -8,6 +8,18 @@
 
 #include <memory>
 
+// The catalogue is a resource built into the library. A static link takes
+// its object file only when something refers to it: this does. (Outside
+// any namespace, as Q_INIT_RESOURCE requires.)
+static void registerCatalogue()
+{
+    static const bool registered = [] {
+        Q_INIT_RESOURCE(commontools_translations);
+        return true;
+    }();
+    Q_UNUSED(registered);
+}
+
 namespace OrvInterface {
 
 namespace {
@@ -44,6 +56,7 @@ bool installTranslation(const QString& language)
     if (language != QLatin1String("CH"))
         return false;
 
+    registerCatalogue();
     auto translator = std::make_unique<QTranslator>();
     if (!translator->load(QString::fromLatin1(kChineseCatalogue)) || !QCoreApplication::installTranslator(translator.get()))
         return false;
