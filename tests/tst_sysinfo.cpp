@@ -95,6 +95,8 @@ private slots:
     void availableWithoutMemAvailable();
     void operatingSystem();
     void operatingSystemFallback();
+    void commandErrorsAreLoggedNotShown_data();
+    void commandErrorsAreLoggedNotShown();
     void systemName_data();
     void systemName();
     void resolution();
@@ -226,6 +228,37 @@ void TestSysInfo::operatingSystemFallback()
     COMMONTOOLS_RUN_SCENARIO(run, "operatingSystem");
     QCOMPARE(run.value("os"), QStringLiteral("CentOS Linux release 7.9\n")); // untrimmed
     QVERIFY(!run.output().contains(QStringLiteral("-------------")));
+}
+
+void TestSysInfo::commandErrorsAreLoggedNotShown_data()
+{
+    QTest::addColumn<bool>("debugLog");
+    QTest::newRow("debug messages off") << false;
+    QTest::newRow("debug messages on") << true;
+}
+
+// The commands the library runs write their complaints to it, not to the
+// client's standard error; they reach the client's debug log.
+void TestSysInfo::commandErrorsAreLoggedNotShown()
+{
+    QFETCH(bool, debugLog);
+    StandIns standIns;
+    standIns.add(QStringLiteral("lsb_release"), "echo 'sh: 1: lsb_release: not found' >&2\nexit 127\n");
+    standIns.add(QStringLiteral("cat"), "echo \"cat: $1: No such file or directory\" >&2\nexit 1\n");
+    Scenario::Run run(standIns.options());
+    const QMap<QString, QString> rules{{QStringLiteral("QT_LOGGING_RULES"),
+                                        debugLog ? QStringLiteral("default.debug=true") : QStringLiteral("default.debug=false")}};
+    COMMONTOOLS_RUN_SCENARIO_WITH(run, "operatingSystem", rules);
+    QCOMPARE(run.value("os"), QString());
+    const QString output = run.output();
+    QCOMPARE(output.contains(QStringLiteral("execCommand : lsb_release -a | grep Description | cut -f2 -d: : error output: "
+                                            "sh: 1: lsb_release: not found")),
+             debugLog);
+    QCOMPARE(output.contains(QStringLiteral("execCommand : cat /etc/redhat-release : error output: "
+                                            "cat: /etc/redhat-release: No such file or directory")),
+             debugLog);
+    QCOMPARE(output.count(QStringLiteral("not found")), debugLog ? 1 : 0);
+    QCOMPARE(output.count(QStringLiteral("No such file")), debugLog ? 1 : 0);
 }
 
 void TestSysInfo::systemName_data()

@@ -1,6 +1,7 @@
 // The settings convention, and the language and software version settings.
 
 #include "settings_p.h"
+#include "shell_p.h"
 #include "state_p.h"
 
 #include <QFileInfo>
@@ -17,7 +18,7 @@ const char kDefaultVersion[] = "1.0.0";
 // stored no language.
 QString detectSystemLanguage()
 {
-    const QString lang = execCommand(QStringLiteral("echo $LANG"));
+    const QString lang = execQuietly(QStringLiteral("echo $LANG"));
     return lang.indexOf(QLatin1String("zh_CN"), 0, Qt::CaseInsensitive) >= 0
             ? QStringLiteral("CH")
             : QStringLiteral("ENG");

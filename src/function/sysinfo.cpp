@@ -1,6 +1,7 @@
 // Facts about the machine: processor, memory, operating system, board,
 // byte order and screen. The text queries run shell commands.
 
+#include "shell_p.h"
 #include "state_p.h"
 
 #include <QGuiApplication>
@@ -18,7 +19,7 @@ namespace {
 
 QString runTrimmed(const char* command)
 {
-    return execCommand(QLatin1String(command)).trimmed();
+    return execQuietly(QLatin1String(command)).trimmed();
 }
 
 struct MemoryUnit
@@ -114,7 +115,7 @@ QString operatingSys()
         std::fflush(stdout);
         return description;
     }
-    return execCommand(QStringLiteral("cat /etc/redhat-release"));
+    return execQuietly(QStringLiteral("cat /etc/redhat-release"));
 }
 
 int systemName()
@@ -124,7 +125,7 @@ int systemName()
     if (!bIsFirst)
         return s_SystemName;
 
-    const QString uname = execCommand(QStringLiteral("uname -a"));
+    const QString uname = execQuietly(QStringLiteral("uname -a"));
     if (uname.contains(QLatin1String("raspberrypi"), Qt::CaseInsensitive))
         s_SystemName = SystemRaspberryPi;
     if (uname.contains(QLatin1String("odroid"), Qt::CaseInsensitive)) {
