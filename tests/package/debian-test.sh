@@ -82,7 +82,8 @@ test_symbols() {
     echo "== $suite: the symbols file fails a build that lost a symbol"
     "$root/scripts/debian-root" "$suite" build-amd64 --ro-bind "$root:/srv/source" --ro-bind "$dir:/srv/commontools" \
         sh -euc '
-        mkdir -p /tmp/symbols && cd /tmp/symbols
+        mkdir -p /tmp/symbols/debian && cd /tmp/symbols
+        cp /srv/source/debian/control debian/
         dpkg-deb -x /srv/commontools/libcommontools1_$1_amd64.deb package
         gensymbols() { dpkg-gensymbols -c4 -plibcommontools1 -v$1 -Ppackage -I"$2" -Ogenerated >"$2.log" 2>&1; }
         /srv/source/debian/symbols-from-exports /srv/source/tests/package/exports.txt >listed
