@@ -1,6 +1,9 @@
-# Compares the dynamic symbols a shared library defines with a list, so that
-# nothing but the documented interface leaves it, and checks that each
-# carries the version node VERSION.
+# Compares the dynamic symbols a shared library defines, and their version
+# nodes, with a list, so that nothing but the documented interface leaves it.
+# The list has a line per symbol: its demangled name, followed by @NODE when
+# its version node is not VERSION (a symbol added in 1.1:
+# "OrvInterface::f(int)@COMMONTOOLS_1.1"). debian/symbols-from-exports makes
+# the Debian symbols file from the same list.
 #
 #   cmake -DLIBRARY=libCommonTools.so -DNM=nm -DLIST=exports.txt -DVERSION=COMMONTOOLS_1
 #         [-DLINKED_IN=name,...] [-DUPDATE=ON] -P CheckExports.cmake
@@ -37,13 +40,17 @@ foreach(line IN LISTS lines)
             set(name "${CMAKE_MATCH_1}")
             set(version "${CMAKE_MATCH_2}")
         endif()
-        if(type STREQUAL "A" AND name STREQUAL VERSION)
+        # A version node defines an absolute symbol of its own name.
+        if(type STREQUAL "A" AND (version STREQUAL "" OR name STREQUAL version))
             continue()
         endif()
         if(NOT name MATCHES "^(__bss_start|_edata|_end|_init|_fini)$")
-            list(APPEND symbols "${name}")
-            if(NOT version STREQUAL VERSION)
+            if(version STREQUAL "")
                 list(APPEND unversioned "${name}")
+            elseif(version STREQUAL VERSION)
+                list(APPEND symbols "${name}")
+            else()
+                list(APPEND symbols "${name}@${version}")
             endif()
         endif()
     endif()
@@ -80,7 +87,7 @@ set(missing ${expected})
 list(REMOVE_ITEM missing ${symbols})
 if(unversioned)
     string(REPLACE ";" "\n  " unversioned_text "${unversioned}")
-    message(FATAL_ERROR "CheckExports: not in the version node ${VERSION}:\n  ${unversioned_text}")
+    message(FATAL_ERROR "CheckExports: not in a version node:\n  ${unversioned_text}")
 endif()
 if(unexpected OR missing)
     string(REPLACE ";" "\n  " unexpected_text "${unexpected}")
