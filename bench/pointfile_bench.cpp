@@ -36,14 +36,7 @@
 #endif
 
 #include <cstring>
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <vector>
-
-extern char** environ;
 
 namespace {
 
@@ -110,36 +103,22 @@ QByteArray odDump(const QString& path)
     return TestProcess::run(QStringLiteral("od"), od, -1).out;
 }
 
-// Runs program with its output to /dev/null and returns its peak memory
+// Runs program through bench_peak_memory and returns its peak memory
 // (maximum resident set) in MiB, or -1 when it failed; *seconds gets its
 // run time.
 double peakMemory(const QString& program, const QStringList& arguments, double* seconds = nullptr)
 {
-    std::vector<QByteArray> strings{QFile::encodeName(program)};
-    for (const QString& argument : arguments)
-        strings.push_back(argument.toLocal8Bit());
-    std::vector<char*> argv;
-    for (QByteArray& string : strings)
-        argv.push_back(string.data());
-    argv.push_back(nullptr);
-
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    QElapsedTimer timer;
-    timer.start();
-    pid_t pid = 0;
-    const int spawned = posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    if (spawned != 0 || pid < 1)
-        return -1;
-    int status = 0;
-    struct rusage usage{};
-    if (wait4(pid, &status, 0, &usage) != pid || !WIFEXITED(status) || WEXITSTATUS(status) != 0)
+    TestProcess::Options options;
+    options.targetProgram = false;
+    options.arguments = QStringList{program} + arguments;
+    const TestProcess::Result result =
+            TestProcess::run(QStringLiteral(COMMONTOOLS_BENCH_PEAK_MEMORY), options, 3600 * 1000);
+    const QList<QByteArray> fields = result.out.trimmed().split(' ');
+    if (!result.succeeded() || fields.size() != 2)
         return -1;
     if (seconds)
-        *seconds = timer.nsecsElapsed() / 1e9;
-    return usage.ru_maxrss / 1024.0;
+        *seconds = fields.at(1).toDouble();
+    return fields.at(0).toDouble() / 1024.0;
 }
 
 // In a child of the benchmark: one conversion, for its peak memory.
