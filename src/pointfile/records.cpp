@@ -400,19 +400,121 @@ Q_ALWAYS_INLINE void encodeRecord(quint32 value, uchar* out)
     encodeByte<RowIndex, 3>(value, out);
 }
 
+Q_ALWAYS_INLINE quint64 loadWord(const char* p)
+{
+    quint64 word;
+    std::memcpy(&word, p, sizeof word);
+    return qFromLittleEndian(word);
+}
+
+// The high bit of each byte of digits (byte values after '0' was taken
+// away) that is not a digit; exact up to the first such byte.
+Q_ALWAYS_INLINE quint64 nonDigits(quint64 digits)
+{
+    return (digits | (digits + 0x7676767676767676ull)) & 0x8080808080808080ull;
+}
+
+// The high bit of each byte of word that is a line end, exactly.
+Q_ALWAYS_INLINE quint64 lineEnds(quint64 word)
+{
+    const quint64 x = word ^ 0x0A0A0A0A0A0A0A0Aull;
+    return ~(((x & 0x7F7F7F7F7F7F7F7Full) + 0x7F7F7F7F7F7F7F7Full) | x | 0x7F7F7F7F7F7F7F7Full);
+}
+
+// The high bits of the first count bytes.
+constexpr quint64 kFirstBytes[] = {0,
+                                   0x80ull,
+                                   0x8080ull,
+                                   0x808080ull,
+                                   0x80808080ull,
+                                   0x8080808080ull,
+                                   0x808080808080ull,
+                                   0x80808080808080ull,
+                                   0x8080808080808080ull};
+
+// The value of exactly count (1 to 10) digits at p, with 16 bytes
+// readable there; false when they are not all digits.
+Q_ALWAYS_INLINE bool digitsValue(const char* p, qint64 count, quint32* value)
+{
+    if (count < 1 || count > 10)
+        return false;
+    const quint64 first = loadWord(p) ^ kAsciiZeros;
+    if (count <= 8) {
+        if (nonDigits(first) & kFirstBytes[count])
+            return false;
+        *value = eightDigitsValue(first << (8 * (8 - count)));
+        return true;
+    }
+    const quint64 more = loadWord(p + 8) ^ kAsciiZeros;
+    if (nonDigits(first) || (nonDigits(more) & kFirstBytes[count - 8]))
+        return false;
+    const quint64 tail = count == 10 ? (more & 0xFF) * 10 + ((more >> 8) & 0xFF) : (more & 0xFF);
+    const quint64 v = quint64(eightDigitsValue(first)) * kPowersOfTen[count - 8] + tail;
+    *value = v <= 0xFFFFFFFFu ? quint32(v) : 0;
+    return true;
+}
+
+// The usual lines, with their line end at lineEnd already found: the
+// digits' count is known, so that lines are read independently of each
+// other. False for anything else, which lineValue() reads.
+template <int Meaning>
+Q_ALWAYS_INLINE bool knownLineValue(const char* p, const char* lineEnd, const char* end, quint32* value)
+{
+    const char* last = lineEnd;
+    if (last > p && last[-1] == '\r')
+        --last;
+    if (end - last < 16)
+        return false;
+    if (Meaning == 0)
+        return digitsValue(p, last - p, value);
+    quint32 x = 0;
+    quint32 y = 0;
+    if (last - p < 2 || p[0] != 'x' || p[1] != '=')
+        return false;
+    const char* q = p + 2;
+    if (!readDigits(q, end, &x) || last - q < 3 || std::memcmp(q, ",y=", 3) != 0 || !digitsValue(q + 3, last - q - 3, &y))
+        return false;
+    *value = pairValue(x, y, Meaning);
+    return true;
+}
+
+constexpr int kLineBatch = 64;
+
 template <int RowIndex, int Meaning>
 qint64 parseLines(const char* p, const char* end, unsigned int, uchar* out)
 {
     constexpr int unit = kEncodeRows[RowIndex].unit;
     qint64 lines = 0;
-    for (; p < end; ++lines, out += unit) {
-        quint32 value = 0;
-        if (!quickValue<Meaning>(p, end, &value)) {
-            const char* next = end;
-            value = lineValue(nextLine(p, end, &next), Meaning);
-            p = next;
+    const char* found[kLineBatch + 8];
+    while (p < end) {
+        // The ends of the next lines first, eight bytes at a time.
+        int count = 0;
+        for (const char* q = p; count < kLineBatch && end - q >= 8; q += 8) {
+            for (quint64 mask = lineEnds(loadWord(q)); mask; mask &= mask - 1)
+                found[count++] = q + __builtin_ctzll(mask) / 8;
         }
-        encodeRecord<RowIndex>(value, out);
+        if (count == 0) {
+            // The last bytes of the text: no line end within reach.
+            quint32 value = 0;
+            if (!quickValue<Meaning>(p, end, &value)) {
+                const char* next = end;
+                value = lineValue(nextLine(p, end, &next), Meaning);
+                p = next;
+            }
+            encodeRecord<RowIndex>(value, out);
+            out += unit;
+            ++lines;
+            continue;
+        }
+        for (int i = 0; i < count; ++i, ++lines, out += unit) {
+            quint32 value = 0;
+            if (!knownLineValue<Meaning>(p, found[i], end, &value)) {
+                const char* next = end;
+                value = lineValue(nextLine(p, end, &next), Meaning);
+            }
+            encodeRecord<RowIndex>(value, out);
+            p = found[i] + 1;
+        }
     }
     return lines;
 }
