@@ -1091,14 +1091,17 @@ void TestPointFile::sameAsReferenceOnCorpus_data()
     const QDir exports(corpus + QStringLiteral("mfa_to_txt"));
     for (const QString& name : exports.entryList(QDir::Files))
         QTest::newRow(qPrintable(QStringLiteral("mfa_to_txt/") + name)) << readFile(exports.filePath(name)) << QByteArray();
-    const QDir imports(corpus + QStringLiteral("txt_to_mfa"));
-    for (const QString& name : imports.entryList(QDir::Files)) {
-        const QByteArray input = readFile(imports.filePath(name));
-        const int mfaSize = qMin(int(quint8(input.at(0)) | quint8(input.at(1)) << 8), input.size() - 2);
-        QTest::newRow(qPrintable(QStringLiteral("txt_to_mfa/") + name))
-                << input.mid(2, mfaSize) << input.mid(2 + mfaSize);
+    int pairs = 0;
+    for (const QString& target : {QStringLiteral("txt_to_mfa"), QStringLiteral("pointfile_compare")}) {
+        const QDir imports(corpus + target);
+        for (const QString& name : imports.entryList(QDir::Files)) {
+            const QByteArray input = readFile(imports.filePath(name));
+            const int mfaSize = qMin(int(quint8(input.at(0)) | quint8(input.at(1)) << 8), input.size() - 2);
+            QTest::newRow(qPrintable(target + QLatin1Char('/') + name)) << input.mid(2, mfaSize) << input.mid(2 + mfaSize);
+            ++pairs;
+        }
     }
-    QVERIFY(exports.entryList(QDir::Files).size() + imports.entryList(QDir::Files).size() > 0);
+    QVERIFY(exports.entryList(QDir::Files).size() > 0 && pairs > 0);
 }
 
 void TestPointFile::sameAsReferenceOnCorpus()
