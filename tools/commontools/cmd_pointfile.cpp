@@ -100,11 +100,15 @@ public:
         , m_terminal(::isatty(STDERR_FILENO) == 1)
     {
         m_timer.start();
+        // The library's messages go on a line of their own.
+        s_active = this;
+        s_previousHandler = qInstallMessageHandler(showMessage);
     }
     ~ProgressBar()
     {
-        if (m_drawn)
-            std::fputs("\r\033[K", stderr); // the line is cleared again
+        qInstallMessageHandler(s_previousHandler);
+        s_active = nullptr;
+        clear();
     }
 
     bool update(double fraction)
@@ -117,6 +121,24 @@ public:
     }
 
 private:
+    void clear()
+    {
+        if (m_drawn)
+            std::fputs("\r\033[K", stderr);
+        m_drawn = false;
+    }
+
+    static void showMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
+    {
+        if (s_active)
+            s_active->clear();
+        if (s_previousHandler)
+            s_previousHandler(type, context, text);
+    }
+
+    static ProgressBar* s_active;
+    static QtMessageHandler s_previousHandler;
+
     void draw(double fraction)
     {
         const double seconds = m_timer.nsecsElapsed() / 1e9;
@@ -146,6 +168,9 @@ private:
     qint64 m_lastDraw = -1;
     QElapsedTimer m_timer;
 };
+
+ProgressBar* ProgressBar::s_active = nullptr;
+QtMessageHandler ProgressBar::s_previousHandler = nullptr;
 
 int convert(const QStringList& arguments, const char* name, const QString& description, bool toText)
 {
