@@ -43,7 +43,6 @@ constexpr qint64 kCrcOffsetField = 8;
 constexpr qint64 kCrcRegionStart = 16; // the checksum covers crcLength bytes from here
 constexpr qint64 kDataOffsetField = 32;
 constexpr qint64 kCrcLengthField = 36;
-constexpr qint64 kHeaderSize = 40;
 constexpr qint64 kDescriptorOffset = 120; // NUL-terminated Latin-1 text
 constexpr quint32 kMagic = 0x5A5AAA55u;
 
@@ -178,7 +177,6 @@ struct Header
 
     Span crcRegion() const { return Span{kCrcRegionStart, kCrcRegionStart + qint64(crcLength)}; }
 };
-static_assert(kCrcLengthField + 4 == kHeaderSize, "the header ends with the checksum length");
 
 // The checksum of a region, continued from the blocks that overlap it, in
 // the order of their offsets. 64-bit lengths: the region may exceed 2 GiB.
