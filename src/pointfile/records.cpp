@@ -131,6 +131,31 @@ Q_ALWAYS_INLINE char* appendNumber(char* out, quint32 value)
     return out + 8;
 }
 
+// The four decimal digits of value (below 10^4) as byte values, the first
+// digit in the lowest byte, as eightDigits() does in 32 bits.
+Q_ALWAYS_INLINE quint32 fourDigits(quint32 value)
+{
+    const quint32 hundreds = (value * 5243) >> 19; // value / 100 below 10^4
+    const quint32 pairs = ((value - 100 * hundreds) << 16) + hundreds;
+    const quint32 tens = ((pairs * 103) >> 10) & 0x000F000Fu;
+    return tens + ((pairs - 10 * tens) << 8);
+}
+
+// A half of a record (below 2^16), with four-byte stores.
+Q_ALWAYS_INLINE char* appendHalf(char* out, quint32 value)
+{
+    if (value < 10000) {
+        const quint32 digits = fourDigits(value);
+        const int zeros = digits ? __builtin_ctz(digits) / 8 : 3;
+        qToLittleEndian<quint32>((digits | 0x30303030u) >> (8 * zeros), out);
+        return out + 4 - zeros;
+    }
+    const quint32 first = value / 10000; // 1 to 6
+    *out = char('0' + first);
+    qToLittleEndian<quint32>(fourDigits(value - first * 10000) | 0x30303030u, out + 1);
+    return out + 5;
+}
+
 template <int Meaning>
 inline char* appendLine(char* out, quint32 low, quint32 high)
 {
@@ -138,9 +163,9 @@ inline char* appendLine(char* out, quint32 low, quint32 high)
         out = appendNumber(out, low | high << 16);
     } else {
         std::memcpy(out, "x=", 2);
-        out = appendNumber(out + 2, Meaning == 1 ? low : high);
+        out = appendHalf(out + 2, Meaning == 1 ? low : high);
         std::memcpy(out, ",y=", 3);
-        out = appendNumber(out + 3, Meaning == 1 ? high : low);
+        out = appendHalf(out + 3, Meaning == 1 ? high : low);
     }
     *out++ = '\n';
     return out;
