@@ -84,6 +84,14 @@ def main():
         (mfa(b"Unit:2 Valid:3 Endian:L", b"\0" * 4), b"7\r\n"),
     ]
     write("txt_to_mfa", [struct.pack("<H", len(f)) + f + t for f, t in pairs])
+    # The same pairs, the export's point files without text, and odd lines.
+    odd = [
+        (mfa(b"Unit:4 Valid:3 Endian:L", b"\0" * 16), b"  42 \n+7\n\xef\xbb\xbf9\n12\x0034\n"),
+        (mfa(d4x, b"\0" * 12), b"x= 1 ,y= 2\ny=3,x=4\n\xe3\x80\x805,y=6"),
+        (mfa(b"Unit:4 Valid:L Endian:B Meaning:y", b"\0" * 8), b"x=70000,y=1\r\nx=1 y=2\n"),
+    ]
+    write("pointfile_compare", [struct.pack("<H", len(f)) + f + t for f, t in pairs + odd]
+          + [struct.pack("<H", len(f)) + f for f in files])
     write("codec", [
         b"\x00\x0aabc", b"\x00\x0d" + "中文字符测试".encode(), b"\x01\x14" + "中文".encode("gbk"),
         b"\x02\x16" + "\u0080\u0080\u0080".encode("gb18030"), b"\x00\x13" + "a😀b😀".encode(),

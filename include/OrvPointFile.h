@@ -19,6 +19,8 @@
 
 #include <QString>
 
+#include <functional>
+
 /** The file checksum: the reflected CRC-32 of polynomial 0xEDB88320 with a
  * register that starts at 0 and is not inverted at the end (so
  * crc32(data) == ~zlib_crc32(~0, data)). 0 for a length of 0 or less. */
@@ -59,6 +61,37 @@ COMMONTOOLS_EXPORT bool ChangeMfaToTxt(const QString& mfaPath);
  * lines than the file has records, or the header places the records or the
  * checksum outside the file. Reasons are logged at critical level. */
 COMMONTOOLS_EXPORT bool ChangeTxtToMfa(const QString& mfaPath);
+
+/** The progress of a conversion: called with the fraction of the work done,
+ * from 0.0 to 1.0; returns false to cancel the conversion.
+ *
+ * It is called on the thread that called the conversion, never on another:
+ * with 0.0 once the conversion starts writing, then about once per percent
+ * of the work, and with 1.0 once everything is written, just before the new
+ * file replaces the old one. It is not called when there is nothing to
+ * convert, nor after a failure. A cancelled conversion returns false, logs
+ * "The conversion was cancelled." at critical level and leaves the old file
+ * as it was, with nothing new beside it.
+ *
+ * It must not throw. An exception that it throws anyway is caught, and the
+ * conversion is cancelled as if it had returned false. */
+using ConversionProgress = std::function<bool(double fraction)>;
+
+/** ChangeMfaToTxt(mfaPath), reporting its progress to progress, which may
+ * cancel it (see ConversionProgress); an empty function is never called.
+ *
+ * Both forms read and write in blocks, formatted on worker threads (at most
+ * QThread::idealThreadCount(), all ended before the function returns): the
+ * memory they use does not grow with the files, and files up to the format's
+ * own limit (4 GiB) convert. The text is the same whatever the number of
+ * threads. */
+COMMONTOOLS_EXPORT bool ChangeMfaToTxt(const QString& mfaPath, const ConversionProgress& progress);
+
+/** ChangeTxtToMfa(mfaPath), reporting its progress to progress, which may
+ * cancel it (see ConversionProgress); an empty function is never called.
+ * Like the export, both forms work in blocks on worker threads, with
+ * bounded memory; the new checksum is computed as the file is written. */
+COMMONTOOLS_EXPORT bool ChangeTxtToMfa(const QString& mfaPath, const ConversionProgress& progress);
 
 } // namespace OrvInterface
 

@@ -5,6 +5,7 @@
 #include "support/files.h"
 #include "support/messagelog.h"
 #include "support/mfa_builder.h"
+#include "support/reference_pointfile.h"
 #include "support/sanitizers.h"
 #include "support/scenario.h"
 
@@ -20,7 +21,10 @@
 #include <cstring>
 #include <fcntl.h>
 #include <linux/fs.h>
+#include <stdexcept>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace OrvInterface;
@@ -122,6 +126,21 @@ COMMONTOOLS_SCENARIO(convertPoints)
     Scenario::report(QStringLiteral("done"), done);
 }
 
+// The conversion of convertPoints in a child of this small process, and
+// its peak memory. (Measured in the test's own child, the peak would also
+// count the test's: an exec keeps the larger of the old and the new
+// process image's.)
+COMMONTOOLS_SCENARIO(convertInBoundedMemory)
+{
+    TestProcess::Options options;
+    options.setEnvironment.insert(QStringLiteral("COMMONTOOLS_SCENARIO"), QStringLiteral("convertPoints"));
+    const TestProcess::Result result = TestProcess::run(QCoreApplication::applicationFilePath(), options, 600000);
+    struct rusage usage{};
+    ::getrusage(RUSAGE_CHILDREN, &usage);
+    Scenario::report(QStringLiteral("done"), result.succeeded() && result.out.contains("@done=true"));
+    Scenario::report(QStringLiteral("peakKiB"), qint64(usage.ru_maxrss));
+}
+
 namespace {
 
 // Large enough that a conversion takes a while; smaller where everything
@@ -137,6 +156,84 @@ QByteArray randomRecords(int count, quint32 seed)
     QRandomGenerator(seed).fillRange(reinterpret_cast<quint32*>(data.data()), count);
     return data;
 }
+
+QByteArray randomBytes(int count, QRandomGenerator& random)
+{
+    QByteArray data(count, '\0');
+    for (char& c : data)
+        c = char(random.bounded(256));
+    return data;
+}
+
+// What a conversion leaves: its result, its messages, every file of its
+// folder.
+struct Outcome
+{
+    bool result = false;
+    QStringList messages;
+    QMap<QString, QByteArray> files;
+};
+
+enum class Direction { Export, Import };
+enum class Implementation { Library, Reference };
+
+Outcome convertIn(const QString& folder, Direction direction, Implementation implementation)
+{
+    const QString mfa = folder + QStringLiteral("/points.mfa");
+    Outcome outcome;
+    {
+        CriticalLog log;
+        if (direction == Direction::Export)
+            outcome.result = implementation == Implementation::Library ? ChangeMfaToTxt(mfa) : Reference::ChangeMfaToTxt(mfa);
+        else
+            outcome.result = implementation == Implementation::Library ? ChangeTxtToMfa(mfa) : Reference::ChangeTxtToMfa(mfa);
+        outcome.messages = log.messages();
+    }
+    const QStringList names = QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    for (const QString& name : names)
+        outcome.files.insert(name, readFile(folder + QLatin1Char('/') + name));
+    return outcome;
+}
+
+// Converts the same files with the library and with the whole-file
+// reference: the same result, messages and files, byte for byte.
+void compareWithReference(const QByteArray& mfa, const QByteArray& text, Direction direction)
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    QString folders[2];
+    for (int i = 0; i < 2; ++i) {
+        folders[i] = dir.filePath(i == 0 ? QStringLiteral("library") : QStringLiteral("reference"));
+        QVERIFY(QDir().mkpath(folders[i]));
+        if (!mfa.isNull())
+            QVERIFY(writeFile(folders[i] + QStringLiteral("/points.mfa"), mfa));
+        if (!text.isNull())
+            QVERIFY(writeFile(folders[i] + QStringLiteral("/points.txt"), text));
+    }
+    const Outcome library = convertIn(folders[0], direction, Implementation::Library);
+    const Outcome reference = convertIn(folders[1], direction, Implementation::Reference);
+    QCOMPARE(library.result, reference.result);
+    QCOMPARE(library.messages, reference.messages);
+    QCOMPARE(library.files.keys(), reference.files.keys());
+    for (auto it = library.files.cbegin(); it != library.files.cend(); ++it) {
+        const QByteArray& expected = reference.files.value(it.key());
+        // Not QCOMPARE: no dump of megabytes on a failure.
+        QVERIFY2(it.value() == expected,
+                 qPrintable(QStringLiteral("%1 differs: %2 bytes, the reference wrote %3")
+                                    .arg(it.key())
+                                    .arg(it.value().size())
+                                    .arg(expected.size())));
+    }
+}
+
+// The number of lines the conversions read in text.
+int lineCount(const QByteArray& text)
+{
+    return text.count('\n') + (text.isEmpty() || text.endsWith('\n') ? 0 : 1);
+}
+
+constexpr int kBlockBoundary = 256 << 10; // where the library's text blocks end
+const char kCancelled[] = "The conversion was cancelled.\n";
 
 } // namespace
 
@@ -195,6 +292,27 @@ private slots:
     // A conversion killed while it writes.
     void killedExportLeavesOldOrNew();
     void killedImportLeavesOldOrNew();
+
+    // The conversions against the whole-file reference.
+    void sameAsReferenceOnCorpus_data();
+    void sameAsReferenceOnCorpus();
+    void sameAsReferenceOnLayouts_data();
+    void sameAsReferenceOnLayouts();
+    void sameAsReferenceOnLines_data();
+    void sameAsReferenceOnLines();
+    void sameAsReferenceOnLongDescriptors_data();
+    void sameAsReferenceOnLongDescriptors();
+
+    // Progress and cancellation.
+    void progressInOrder_data();
+    void progressInOrder();
+    void cancellationKeepsTheOldFile_data();
+    void cancellationKeepsTheOldFile();
+    void throwingCallbackCancels_data();
+    void throwingCallbackCancels();
+
+    // Memory.
+    void largeRoundTripInBoundedMemory();
 
 private:
     QTemporaryDir* m_dir = nullptr;
@@ -960,6 +1078,384 @@ void TestPointFile::killedImportLeavesOldOrNew()
     QVERIFY2(report.failures.isEmpty(), qPrintable(report.failures.join(QLatin1Char('\n'))));
     QCOMPARE(report.kills, 50);
     QVERIFY(report.killedDuringWrite >= report.kills / 2);
+}
+
+void TestPointFile::sameAsReferenceOnCorpus_data()
+{
+    QTest::addColumn<QByteArray>("mfa");
+    QTest::addColumn<QByteArray>("text");
+
+    // The export target's seeds are point files; the import target's are
+    // the point file's length in two bytes, the point file, then the text.
+    const QString corpus = QStringLiteral(COMMONTOOLS_SOURCE_DIR "/fuzz/corpus/");
+    const QDir exports(corpus + QStringLiteral("mfa_to_txt"));
+    for (const QString& name : exports.entryList(QDir::Files))
+        QTest::newRow(qPrintable(QStringLiteral("mfa_to_txt/") + name)) << readFile(exports.filePath(name)) << QByteArray();
+    int pairs = 0;
+    for (const QString& target : {QStringLiteral("txt_to_mfa"), QStringLiteral("pointfile_compare")}) {
+        const QDir imports(corpus + target);
+        for (const QString& name : imports.entryList(QDir::Files)) {
+            const QByteArray input = readFile(imports.filePath(name));
+            const int mfaSize = qMin(int(quint8(input.at(0)) | quint8(input.at(1)) << 8), input.size() - 2);
+            QTest::newRow(qPrintable(target + QLatin1Char('/') + name)) << input.mid(2, mfaSize) << input.mid(2 + mfaSize);
+            ++pairs;
+        }
+    }
+    QVERIFY(exports.entryList(QDir::Files).size() > 0 && pairs > 0);
+}
+
+void TestPointFile::sameAsReferenceOnCorpus()
+{
+    QFETCH(QByteArray, mfa);
+    QFETCH(QByteArray, text);
+    compareWithReference(mfa, text.isEmpty() ? QByteArray() : text, Direction::Export);
+    compareWithReference(mfa, text.isEmpty() ? QByteArray() : text, Direction::Import);
+}
+
+void TestPointFile::sameAsReferenceOnLayouts_data()
+{
+    QTest::addColumn<QByteArray>("mfa");
+    QTest::addColumn<QByteArray>("text");
+
+    // Every width, valid part, byte order and meaning; the text is another
+    // file's, so that the import changes the records, and every few rows
+    // it has a line more or fewer, other line ends, blanks or no last line
+    // end.
+    QRandomGenerator random(1906);
+    const QByteArray valids("13HL");
+    const QByteArray endians("LB");
+    const char meanings[] = {0, 'x', 'y'};
+    int row = 0;
+    for (int unit = 0; unit <= 9; ++unit) {
+        for (char valid : valids) {
+            for (char endian : endians) {
+                for (char meaning : meanings) {
+                    const QByteArray format = descriptor(unit, valid, endian, meaning);
+                    const int records = int(random.bounded(40));
+                    Mfa::Contents contents;
+                    contents.descriptor = format;
+                    contents.records = randomBytes(records * unit + (row % 4 == 0 ? int(random.bounded(3)) : 0), random);
+                    contents.crcPlace = row % 5 == 0 ? Mfa::CrcPlace::AfterRecords : Mfa::CrcPlace::SpareWord;
+                    const QByteArray mfa = Mfa::mfaFile(contents);
+
+                    QByteArrayList lines;
+                    for (int i = 0; i < records; ++i) {
+                        const QByteArray number = QByteArray::number(random.generate() >> random.bounded(32));
+                        lines << (meaning ? "x=" + number + ",y=" + QByteArray::number(random.bounded(70000)) : number);
+                    }
+                    if (row % 6 == 1)
+                        lines << "7";
+                    if (row % 6 == 2 && !lines.isEmpty())
+                        lines.removeLast();
+                    QByteArray text = lines.join('\n') + '\n';
+                    if (row % 6 == 3)
+                        text.replace("\n", "\r\n");
+                    if (row % 6 == 4)
+                        text.replace("\n", " \t\n");
+                    if (row % 6 == 5 && text.size() > 1)
+                        text.chop(1);
+                    QTest::newRow(qPrintable(QStringLiteral("%1, variant %2").arg(QLatin1String(format)).arg(row % 6)))
+                            << mfa << text;
+                    ++row;
+                }
+            }
+        }
+    }
+
+    // Several blocks, converted by several threads, lines across the
+    // blocks' ends.
+    for (const QByteArray& format : {QByteArray("Unit:4 Valid:3 Endian:L"), QByteArray("Unit:2 Valid:3 Endian:B Meaning:x"),
+                                     QByteArray("Unit:1 Valid:3 Endian:L"), QByteArray("Unit:3 Valid:3 Endian:L")}) {
+        const QByteArray records = randomRecords(150000, quint32(format.size()));
+        QByteArray text;
+        const int unit = format.at(5) - '0';
+        for (int i = 0; i < records.size() / unit; ++i)
+            text += QByteArray::number(random.bounded(70000u)) + (i % 7 == 0 ? "\r\n" : "\n");
+        if (format.contains("Meaning"))
+            text.replace("\n", ",y=5\n").prepend("x=");
+        QTest::newRow(qPrintable(QStringLiteral("blocks, ") + QLatin1String(format)))
+                << Mfa::mfaFile(format, records) << text;
+    }
+}
+
+void TestPointFile::sameAsReferenceOnLayouts()
+{
+    QFETCH(QByteArray, mfa);
+    QFETCH(QByteArray, text);
+    compareWithReference(mfa, QByteArray(), Direction::Export);
+    compareWithReference(mfa, text, Direction::Import);
+}
+
+void TestPointFile::sameAsReferenceOnLines_data()
+{
+    QTest::addColumn<char>("meaning");
+    QTest::addColumn<QByteArray>("text");
+
+    // Lines longer than a block are read in pieces: they must read as the
+    // whole line does, whatever falls on the pieces' ends.
+    const QByteArray blanks(kBlockBoundary + 1000, ' ');
+    const QByteArray zeros(kBlockBoundary + 3, '0');
+    QByteArray ideographicSpaces;
+    while (ideographicSpaces.size() < kBlockBoundary + 5000)
+        ideographicSpaces += "\xe3\x80\x80"; // U+3000, a blank
+    QByteArray mixed;
+    QRandomGenerator random(42);
+    const QByteArray pieces[] = {" ", "\t", "0", "1", "+", "-", "x=", "y=", ",", "\xc2\xa0", "\xe3\x80\x80",
+                                 "\xef\xbb\xbf", "\xe4\xb8\xad", "\xe4", "\x80", "a", "\r"};
+    while (mixed.size() < kBlockBoundary + 100)
+        mixed += pieces[random.bounded(int(std::size(pieces)))];
+
+    struct Row
+    {
+        const char* name;
+        QByteArray text;
+    };
+    const QByteArray normal = "1\n22\n333\n";
+    const Row rows[] = {
+        {"blanks around", blanks + "123" + blanks + "\n" + normal},
+        {"leading zeros", zeros + "4294967295\n" + normal},
+        {"leading zeros, too large", zeros + "4294967296\n" + normal},
+        {"plus sign", blanks + "+77\n" + normal},
+        {"minus sign", blanks + "-77\n" + normal},
+        {"blank inside", "12" + blanks + "34\n" + normal},
+        {"ideographic spaces", ideographicSpaces + "9" + ideographicSpaces + "\n" + normal},
+        {"byte order mark first", "\xef\xbb\xbf" + blanks + "8\n" + normal},
+        {"byte order mark later", blanks + "\xef\xbb\xbf" "8\n" + normal},
+        {"cut at NUL", "12" + QByteArray(1, '\0') + blanks + "x\n" + normal},
+        {"NUL after the block", blanks + "5" + QByteArray(1, '\0') + "junk\n" + normal},
+        {"invalid UTF-8", QByteArray(kBlockBoundary + 7, '\x80') + "5\n" + normal},
+        {"pair far apart", "x=" + blanks + "5" + blanks + ",y=" + blanks + "7\n" + normal},
+        {"pair, comma first", "," + blanks + "x=5 y=6\n" + normal},
+        {"pair without x", "y=6" + blanks + ",9\n" + normal},
+        {"pair without anything", "7" + blanks + "\n" + normal},
+        {"mixed", mixed + "\n" + normal},
+        {"mixed, twice", mixed + "\n" + mixed + mixed + "\n"},
+        {"long last line", normal + blanks + "6"},
+        {"long last line with CR", normal + blanks + "6\r"},
+        {"only a long line", blanks + "3\n"},
+        {"empty lines", QByteArray(kBlockBoundary + 10, '\n')},
+        {"CR lines", QByteArray("\r\n\r\r\n \r\n") + normal},
+    };
+    for (const Row& row : rows) {
+        for (char meaning : {char(0), 'x', 'y'}) {
+            QTest::newRow(qPrintable(QStringLiteral("%1, meaning %2").arg(QLatin1String(row.name)).arg(meaning ? meaning : '0')))
+                    << meaning << row.text;
+        }
+    }
+}
+
+void TestPointFile::sameAsReferenceOnLines()
+{
+    QFETCH(char, meaning);
+    QFETCH(QByteArray, text);
+    // As many records as lines, so that the values are written.
+    const QByteArray mfa = Mfa::mfaFile(descriptor(4, '3', 'L', meaning), QByteArray(lineCount(text) * 4, '\x33'));
+    compareWithReference(mfa, text, Direction::Import);
+    // A record width of 2 and of 3 (one that no value reaches).
+    compareWithReference(Mfa::mfaFile(descriptor(2, '3', 'B', meaning), QByteArray(lineCount(text) * 2, '\x33')), text,
+                         Direction::Import);
+    compareWithReference(Mfa::mfaFile(descriptor(3, '3', 'B', meaning), QByteArray(lineCount(text) * 3, '\x33')), text,
+                         Direction::Import);
+}
+
+void TestPointFile::sameAsReferenceOnLongDescriptors_data()
+{
+    QTest::addColumn<QByteArray>("format");
+
+    // The descriptor is read in blocks from offset 120: keys across a
+    // block's end, and keys far into it.
+    const int boundary = kBlockBoundary; // from the descriptor's start
+    const QByteArray keys("Unit:4 Valid:3 Endian:L Meaning:y");
+    for (int cut = 1; cut < 9; ++cut)
+        QTest::newRow(qPrintable(QStringLiteral("key across, %1").arg(cut))) << QByteArray(boundary - cut, 'z') + keys;
+    QTest::newRow("far") << QByteArray(3 * boundary, '-') + keys;
+    QTest::newRow("character after at the end") << QByteArray(boundary - 6, 'z') + "Unit:4" + QByteArray(boundary, '.') + "Valid:3 Endian:B";
+    QTest::newRow("Format:txt, long") << QByteArray("Format:txt") + QByteArray(boundary + 5, 'q');
+    QTest::newRow("format:TXT and keys") << QByteArray("format:TXT ") + QByteArray(boundary, ' ') + keys;
+    QTest::newRow("keys twice") << keys + QByteArray(boundary, ' ') + "Unit:2 Valid:L Endian:B";
+    QTest::newRow("valid missing") << QByteArray(boundary - 3, 'v') + "Unit:4 Endian:L";
+}
+
+void TestPointFile::sameAsReferenceOnLongDescriptors()
+{
+    QFETCH(QByteArray, format);
+    Mfa::Contents contents;
+    contents.descriptor = format;
+    contents.dataOffset = quint32(Mfa::kDescriptorOffset + format.size() + 1);
+    contents.records = randomRecords(100, 7);
+    contents.crcPlace = Mfa::CrcPlace::AfterRecords;
+    const QByteArray mfa = Mfa::mfaFile(contents);
+    QByteArray text;
+    for (int i = 0; i < 400; ++i)
+        text += QByteArray::number(i * 7) + '\n';
+    compareWithReference(mfa, QByteArray(), Direction::Export);
+    compareWithReference(mfa, text, Direction::Import);
+    compareWithReference(mfa, text.left(text.size() / 4), Direction::Import);
+}
+
+namespace {
+
+// A point file of records and its text beside it, large enough for about
+// a hundred blocks.
+constexpr int kProgressRecords = 3 << 20;
+
+bool writeProgressFiles(const QString& mfa, const QString& txt)
+{
+    const QByteArray file = Mfa::mfaFile("Unit:4 Valid:3 Endian:L", randomRecords(kProgressRecords, 31));
+    return writeFile(mfa, file) && Reference::ChangeMfaToTxt(mfa) && QFileInfo(txt).size() > 100 * kBlockBoundary;
+}
+
+} // namespace
+
+void TestPointFile::progressInOrder_data()
+{
+    QTest::addColumn<bool>("exporting");
+    QTest::newRow("export") << true;
+    QTest::newRow("import") << false;
+}
+
+void TestPointFile::progressInOrder()
+{
+    QFETCH(bool, exporting);
+    QVERIFY(writeProgressFiles(mfaPath(), txtPath()));
+    const QByteArray before = readFile(exporting ? txtPath() : mfaPath());
+
+    QVector<double> fractions;
+    bool onCallersThread = true;
+    const std::thread::id caller = std::this_thread::get_id();
+    const ConversionProgress progress = [&](double fraction) {
+        fractions.append(fraction);
+        onCallersThread = onCallersThread && std::this_thread::get_id() == caller;
+        return true;
+    };
+    CriticalLog log;
+    QVERIFY(exporting ? ChangeMfaToTxt(mfaPath(), progress) : ChangeTxtToMfa(mfaPath(), progress));
+    QVERIFY(log.messages().isEmpty());
+    QVERIFY(onCallersThread);
+    QVERIFY2(fractions.size() >= 50 && fractions.size() <= 102, qPrintable(QString::number(fractions.size())));
+    QCOMPARE(fractions.first(), 0.0);
+    QCOMPARE(fractions.last(), 1.0);
+    QVERIFY(std::is_sorted(fractions.cbegin(), fractions.cend()));
+    QVERIFY(std::adjacent_find(fractions.cbegin(), fractions.cend()) == fractions.cend()); // no repeats
+    QVERIFY(readFile(exporting ? txtPath() : mfaPath()) == before); // the same content, written anew
+
+    // Without a callback, and with an empty one: the same conversion.
+    QVERIFY(exporting ? ChangeMfaToTxt(mfaPath(), ConversionProgress()) : ChangeTxtToMfa(mfaPath(), ConversionProgress()));
+    QVERIFY(readFile(exporting ? txtPath() : mfaPath()) == before);
+}
+
+void TestPointFile::cancellationKeepsTheOldFile_data()
+{
+    QTest::addColumn<bool>("exporting");
+    QTest::addColumn<double>("at");
+    for (bool exporting : {true, false}) {
+        const char* direction = exporting ? "export" : "import";
+        QTest::newRow(qPrintable(QStringLiteral("%1 at 0 %").arg(QLatin1String(direction)))) << exporting << 0.0;
+        QTest::newRow(qPrintable(QStringLiteral("%1 at 50 %").arg(QLatin1String(direction)))) << exporting << 0.5;
+        QTest::newRow(qPrintable(QStringLiteral("%1 at 99 %").arg(QLatin1String(direction)))) << exporting << 0.99;
+        QTest::newRow(qPrintable(QStringLiteral("%1 at the end").arg(QLatin1String(direction)))) << exporting << 1.0;
+    }
+}
+
+void TestPointFile::cancellationKeepsTheOldFile()
+{
+    QFETCH(bool, exporting);
+    QFETCH(double, at);
+    QVERIFY(writeProgressFiles(mfaPath(), txtPath()));
+    // The file the conversion would replace holds something else.
+    const QString target = exporting ? txtPath() : mfaPath();
+    const QByteArray old = exporting ? QByteArray("the old text\n")
+                                     : Mfa::mfaFile("Unit:4 Valid:3 Endian:L", randomRecords(kProgressRecords, 32));
+    QVERIFY(writeFile(target, old));
+    const QStringList entries = Faults::entries(m_dir->path());
+
+    double cancelledAt = -1;
+    const ConversionProgress progress = [&](double fraction) {
+        if (fraction < at)
+            return true;
+        cancelledAt = fraction;
+        return false;
+    };
+    CriticalLog log;
+    QVERIFY(!(exporting ? ChangeMfaToTxt(mfaPath(), progress) : ChangeTxtToMfa(mfaPath(), progress)));
+    QCOMPARE(log.messages(), QStringList{QLatin1String(kCancelled)});
+    if (at > 0 && at < 1)
+        QVERIFY2(cancelledAt >= at && cancelledAt < 1.0, qPrintable(QString::number(cancelledAt))); // on the way
+    else
+        QCOMPARE(cancelledAt, at);
+    QVERIFY(readFile(target) == old);
+    QCOMPARE(Faults::entries(m_dir->path()), entries); // nothing new beside it
+}
+
+void TestPointFile::throwingCallbackCancels_data()
+{
+    cancellationKeepsTheOldFile_data();
+}
+
+void TestPointFile::throwingCallbackCancels()
+{
+    QFETCH(bool, exporting);
+    QFETCH(double, at);
+    QVERIFY(writeProgressFiles(mfaPath(), txtPath()));
+    const QString target = exporting ? txtPath() : mfaPath();
+    const QByteArray old = exporting ? QByteArray("the old text\n")
+                                     : Mfa::mfaFile("Unit:4 Valid:3 Endian:L", randomRecords(kProgressRecords, 33));
+    QVERIFY(writeFile(target, old));
+    const QStringList entries = Faults::entries(m_dir->path());
+
+    const ConversionProgress progress = [at](double fraction) -> bool {
+        if (fraction >= at)
+            throw std::runtime_error("not allowed");
+        return true;
+    };
+    {
+        CriticalLog log;
+        QVERIFY(!(exporting ? ChangeMfaToTxt(mfaPath(), progress) : ChangeTxtToMfa(mfaPath(), progress)));
+        QCOMPARE(log.messages(), QStringList{QLatin1String(kCancelled)});
+    }
+    QVERIFY(readFile(target) == old);
+    QCOMPARE(Faults::entries(m_dir->path()), entries);
+
+    // Nothing was left in a state that stops the next conversion.
+    QVERIFY(exporting ? ChangeMfaToTxt(mfaPath()) : ChangeTxtToMfa(mfaPath()));
+    QVERIFY(readFile(target) != old);
+}
+
+void TestPointFile::largeRoundTripInBoundedMemory()
+{
+    // 16 M records, a 64 MiB point file and some 170 MiB of text: neither
+    // direction may hold them.
+    constexpr int kRecords = 16 << 20;
+    constexpr qint64 kBoundKiB = 64 << 10;
+    Scenario::Run run;
+    const QString mfa = run.appDir() + QStringLiteral("/points.mfa");
+    const QByteArray file = Mfa::mfaFile("Unit:4 Valid:3 Endian:L", randomRecords(kRecords, 16));
+    QVERIFY(writeFile(mfa, file));
+
+    COMMONTOOLS_RUN_SCENARIO_WITH(run, "convertInBoundedMemory",
+                                  (QMap<QString, QString>{{QStringLiteral("CTT_MFA"), mfa},
+                                                          {QStringLiteral("CTT_DIRECTION"), QStringLiteral("export")}}));
+    QCOMPARE(run.value("done"), QStringLiteral("true"));
+    const qint64 exportKiB = run.value("peakKiB").toLongLong();
+    QCOMPARE(lineCount(readFile(run.appDir() + QStringLiteral("/points.txt"))), kRecords);
+
+    // The records zeroed: only the import brings them back.
+    QVERIFY(writeFile(mfa, Mfa::mfaFile("Unit:4 Valid:3 Endian:L", QByteArray(kRecords * 4, '\0'))));
+    COMMONTOOLS_RUN_SCENARIO_WITH(run, "convertInBoundedMemory",
+                                  (QMap<QString, QString>{{QStringLiteral("CTT_MFA"), mfa},
+                                                          {QStringLiteral("CTT_DIRECTION"), QStringLiteral("import")}}));
+    QCOMPARE(run.value("done"), QStringLiteral("true"));
+    const qint64 importKiB = run.value("peakKiB").toLongLong();
+    QVERIFY(readFile(mfa) == file);
+
+    qInfo("peak memory: export %lld KiB, import %lld KiB", exportKiB, importKiB);
+    QVERIFY(exportKiB > 0 && importKiB > 0);
+    if (kSanitized)
+        QSKIP("sanitizers keep shadow memory and quarantine: the peak is theirs, not the conversions'");
+    if (!TestProcess::emulatorCommand().isEmpty())
+        QSKIP("under the emulator, the peak includes the emulator's own translation buffers");
+    QVERIFY2(exportKiB < kBoundKiB, qPrintable(QString::number(exportKiB)));
+    QVERIFY2(importKiB < kBoundKiB, qPrintable(QString::number(importKiB)));
 }
 
 COMMONTOOLS_SCENARIO_MAIN(TestPointFile)

@@ -7,11 +7,14 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
 
+#include <csignal>
 #include <unistd.h>
 
 namespace {
@@ -51,6 +54,7 @@ private slots:
     void network_data();
     void network();
     void pointFiles();
+    void pointFileConversionInterrupted();
     void pointFileInfo();
     void settingsCommands();
     void systemCommands();
@@ -353,6 +357,7 @@ void TestTool::pointFiles()
     Result result = run({QStringLiteral("mfa2txt"), mfa});
     QCOMPARE(result.exitCode, 0);
     QCOMPARE(result.out, QStringLiteral("Wrote %1\n").arg(txt));
+    QCOMPARE(result.err, QString()); // no progress bar without a terminal
     QCOMPARE(TestFiles::readFile(txt), QByteArray("x=10,y=20\nx=30,y=40\n"));
 
     QVERIFY(TestFiles::writeFile(txt, "x=1,y=2\nx=3,y=4\n"));
@@ -395,6 +400,49 @@ void TestTool::pointFiles()
 
     result = run({QStringLiteral("crc32"), m_dir.filePath(QStringLiteral("missing"))});
     QCOMPARE(result.exitCode, 1);
+}
+
+void TestTool::pointFileConversionInterrupted()
+{
+    // Ctrl+C during a conversion: exit status 130, the old file kept and
+    // nothing new beside it. The signal must land while the conversion
+    // runs: later and later until it does.
+    const QString mfa = m_dir.filePath(QStringLiteral("interrupted.mfa"));
+    const QString txt = m_dir.filePath(QStringLiteral("interrupted.txt"));
+    QByteArray records(16 << 20, '\0');
+    QRandomGenerator(130).fillRange(reinterpret_cast<quint32*>(records.data()), records.size() / 4);
+    QVERIFY(TestFiles::writeFile(mfa, Mfa::mfaFile("Unit:4 Valid:3 Endian:L Meaning:x", records)));
+    QVERIFY(TestFiles::writeFile(txt, "the old text\n"));
+    const QStringList before = QDir(m_dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+
+    bool interrupted = false;
+    int early = 0;      // a delay known to be too early
+    int late = 100000;  // and one known to be too late
+    for (int attempt = 0, delayMs = 20; !interrupted && attempt < 12; ++attempt) {
+        QVERIFY(TestFiles::writeFile(txt, "the old text\n"));
+        TestProcess::Child child;
+        TestProcess::Options options;
+        options.arguments = QStringList{QStringLiteral("--ini"), m_appIni, QStringLiteral("mfa2txt"), mfa};
+        QVERIFY(child.start(QStringLiteral(COMMONTOOLS_TOOL_PATH), options));
+        QThread::msleep(delayMs);
+        child.kill(SIGINT);
+        QVERIFY(child.waitForFinished(120000));
+        const TestProcess::Result& result = child.result();
+        if (result.termSignal == SIGINT || result.exitCode == 0) {
+            // Before the tool took the signal over, or after the conversion.
+            (result.exitCode == 0 ? late : early) = delayMs;
+            delayMs = late == 100000 ? delayMs * 2 : (early + late) / 2;
+            if (late - early < 2)
+                QSKIP("no moment for the signal to land during the conversion");
+            continue;
+        }
+        QCOMPARE(result.exitCode, 130);
+        QVERIFY2(result.err.contains("interrupted"), result.err.constData());
+        interrupted = true;
+    }
+    QVERIFY(interrupted);
+    QCOMPARE(TestFiles::readFile(txt), QByteArray("the old text\n"));
+    QCOMPARE(QDir(m_dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), before);
 }
 
 void TestTool::pointFileInfo()

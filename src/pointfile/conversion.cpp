@@ -1,24 +1,41 @@
-// Point files: ".mfa" to ".txt" and back.
+// Point files: ".mfa" to ".txt" and back, in blocks.
 //
-// The ".mfa" file is read whole into one buffer; every access to it is
-// bounded by its size. Each output is written to a new file beside its
-// target and put in its place only once complete (ReplacingFile), so that a
-// failure, or a process killed on the way, leaves the previous file as it
-// was.
+// Neither file is held whole: the source is read a block at a time, worker
+// threads format or parse the record blocks, and the caller's thread writes
+// them out in order and keeps the checksum, so that the memory in use stays
+// bounded whatever the file's size. Each output is written to a new file
+// beside its target and put in its place only once complete
+// (ReplacingFile), so that a failure, a cancellation, or a process killed
+// on the way, leaves the previous file as it was.
+//
+// The results are those of reading both files whole: the same bytes, the
+// same return values, the same messages in the same order. Where reading
+// whole would have found a reason to fail before writing anything (a wrong
+// checksum on export, a wrong number of lines on import), that reason is
+// still the one reported, even when writing failed first.
 
 #include "OrvPointFile.h"
+
+#include "blockpipeline_p.h"
+#include "records_p.h"
 #include "replacingfile_p.h"
 
 #include <QFile>
 #include <QFileInfo>
-#include <QLoggingCategory>
+#include <QThread>
 
-#include <cstdint>
+#include <algorithm>
+#include <cerrno>
 #include <cstring>
+#include <memory>
+#include <vector>
+#include <unistd.h>
 
 namespace OrvInterface {
 
 namespace {
+
+using PointFile::Layout;
 
 // Header fields: 32-bit little-endian at these offsets.
 constexpr qint64 kMagicField = 0;
@@ -29,73 +46,29 @@ constexpr qint64 kCrcLengthField = 36;
 constexpr qint64 kDescriptorOffset = 120; // NUL-terminated Latin-1 text
 constexpr quint32 kMagic = 0x5A5AAA55u;
 
+// The bytes of text that a worker formats or parses at a time. With at most
+// kMaxThreads + 2 blocks in flight, it bounds what a conversion holds in
+// memory (a few MiB), whatever the size of the files.
+constexpr qint64 kBlockSize = 256 << 10;
+constexpr int kMaxThreads = 8;
+// Export: the records of a block, whose lines fill at most kBlockSize.
+constexpr qint64 kRecordsPerBlock = kBlockSize / PointFile::kMaxLineLength;
+// Import: the records of a block take at most this many bytes per byte of
+// text (a line of one byte, "\n", gives a record of up to four).
+constexpr qint64 kMaxEncodedUnit = 4;
+
 const char kOpenFailed[] = "Failed to open the file.\n";
 const char kSizeError[] = "File size error.\n";
 const char kTooLarge[] = "The text file size is too large.\n";
 const char kNotCorrect[] = "The text file size is not correct.\n";
 const char kWriteFailed[] = "Failed to write the file.\n";
 const char kOutsideFile[] = "The header places the records or the checksum outside the file.\n";
+const char kCancelled[] = "The conversion was cancelled.\n";
 
 // Category "default", without file or function.
 void logCritical(const char* text)
 {
     QMessageLogger(nullptr, 0, nullptr).critical("%s", text);
-}
-
-// A byte of the buffer, 0 beyond its end.
-quint8 byteAt(const QByteArray& buffer, qint64 offset)
-{
-    return offset >= 0 && offset < buffer.size() ? quint8(buffer.at(int(offset))) : 0;
-}
-
-quint32 readU32(const QByteArray& buffer, qint64 offset)
-{
-    return quint32(byteAt(buffer, offset)) | quint32(byteAt(buffer, offset + 1)) << 8
-            | quint32(byteAt(buffer, offset + 2)) << 16 | quint32(byteAt(buffer, offset + 3)) << 24;
-}
-
-void writeU32(QByteArray& buffer, qint64 offset, quint32 value)
-{
-    for (int i = 0; i < 4; ++i)
-        buffer[int(offset) + i] = char((value >> (8 * i)) & 0xFF);
-}
-
-struct Header
-{
-    quint32 magic;
-    quint32 crcOffset;
-    quint32 dataOffset;
-    quint32 crcLength;
-
-    explicit Header(const QByteArray& file)
-        : magic(readU32(file, kMagicField))
-        , crcOffset(readU32(file, kCrcOffsetField))
-        , dataOffset(readU32(file, kDataOffsetField))
-        , crcLength(readU32(file, kCrcLengthField))
-    {
-    }
-
-    // Whether the checksum's region and its stored value lie in the file.
-    bool checksumInside(qint64 size) const
-    {
-        return kCrcRegionStart + qint64(crcLength) <= size && qint64(crcOffset) + 4 <= size;
-    }
-
-    quint32 computedCrc(const QByteArray& file) const
-    {
-        return crc32(reinterpret_cast<const unsigned char*>(file.constData()) + kCrcRegionStart, int(crcLength));
-    }
-};
-
-QString descriptor(const QByteArray& file)
-{
-    if (file.size() <= kDescriptorOffset)
-        return QString();
-    const char* start = file.constData() + kDescriptorOffset;
-    const size_t room = size_t(file.size() - kDescriptorOffset);
-    const void* nul = std::memchr(start, 0, room);
-    const int length = int(nul ? static_cast<const char*>(nul) - start : ptrdiff_t(room));
-    return QString(QLatin1String(start, length));
 }
 
 // /data/pts.mfa pairs with /data/pts.txt.
@@ -104,384 +77,952 @@ QString textPath(const QString& mfaPath)
     return mfaPath.split(QStringLiteral(".mfa"), Qt::KeepEmptyParts, Qt::CaseSensitive).first() + QStringLiteral(".txt");
 }
 
-bool readWholeFile(QFile& file, QByteArray* content)
+int threadsFor(qint64 blocks)
 {
-    const qint64 size = file.size();
-    if (size > qint64(INT32_MAX) - 1)
-        return false; // more than one buffer can hold
-    *content = file.readAll();
-    return content->size() == size;
+    if (blocks < 2)
+        return 0; // the caller's thread does the one block
+    return int(std::min<qint64>(std::min(QThread::idealThreadCount(), kMaxThreads), blocks));
 }
 
-struct Layout
+int depthFor(int threads)
 {
-    unsigned int unit = 0;
-    unsigned int valid = 0;
-    unsigned int endian = 0;
-    unsigned int meaning = 0;
-};
+    return threads > 0 ? threads + 2 : 1;
+}
 
-constexpr int kAny = -1;
-constexpr int8_t kNone = -1;
-
-// Export: which byte of the record gives A, B, C and D (kNone: 0). A
-// layout without a row repeats the previous record's bytes.
-struct DecodeRow
+// A half-open range of file offsets.
+struct Span
 {
-    int unit, valid, endian;
-    int8_t source[4];
-};
-const DecodeRow kDecodeRows[] = {
-    {1, kAny, kAny, {0, kNone, kNone, kNone}},
-    {2, kAny, 1, {0, 1, kNone, kNone}},
-    {2, kAny, 0, {1, 0, kNone, kNone}},
-    {4, 3, 1, {0, 1, kNone, kNone}},
-    {4, 3, 0, {1, 0, kNone, kNone}},
-    {4, 2, 1, {2, 3, kNone, kNone}},
-    {4, 2, 0, {3, 2, kNone, kNone}},
-    {4, 1, 1, {0, 1, 2, 3}},
-    {4, 1, 0, {3, 2, 1, 0}},
-};
+    qint64 begin = 0;
+    qint64 end = 0;
 
-// Import: which byte of the value (q0 least significant) each record byte
-// takes (kNone: left as it is). Not the mirror of export for valid 2, on
-// purpose: the high half goes in the other byte order.
-struct EncodeRow
-{
-    int unit, valid, endian;
-    int8_t valueByte[4];
-};
-const EncodeRow kEncodeRows[] = {
-    {1, kAny, kAny, {0, kNone, kNone, kNone}},
-    {2, kAny, 1, {0, 1, kNone, kNone}},
-    {2, kAny, 0, {1, 0, kNone, kNone}},
-    {4, 3, 1, {0, 1, kNone, kNone}},
-    {4, 3, 0, {1, 0, kNone, kNone}},
-    {4, 2, 1, {kNone, kNone, 3, 2}},
-    {4, 2, 0, {kNone, kNone, 2, 3}},
-    {4, 1, 1, {0, 1, 2, 3}},
-    {4, 1, 0, {3, 2, 1, 0}},
-};
-
-template <typename Row, size_t N>
-const Row* findRow(const Row (&rows)[N], const Layout& layout)
-{
-    for (const Row& row : rows) {
-        if (row.unit == int(layout.unit) && (row.valid == kAny || row.valid == int(layout.valid))
-            && (row.endian == kAny || row.endian == int(layout.endian)))
-            return &row;
+    qint64 size() const { return end - begin; }
+    Span intersected(const Span& other) const
+    {
+        Span span{std::max(begin, other.begin), std::min(end, other.end)};
+        return span.end > span.begin ? span : Span{span.begin, span.begin};
     }
-    return nullptr;
-}
+};
 
-// The text lines of the records, written in large pieces.
-class LineWriter
+// Reads a file at any offset; bytes past its end read as 0, as the header
+// fields and a last record cut short by the end of the file do. Reads of
+// a file with a descriptor (any but Qt's resources) may come from several
+// threads at once.
+class Source
 {
 public:
-    explicit LineWriter(PointFile::ReplacingFile& file)
+    explicit Source(QFile& file)
         : m_file(file)
+        , m_fd(file.handle())
+        , m_size(file.size())
     {
-        m_buffer.reserve(kFlushSize + 64);
     }
 
-    // Unsigned decimal, no padding. (std::to_chars would export a table of
-    // the standard library's from the shared library.)
-    void number(quint32 value)
+    qint64 size() const { return m_size; }
+    bool concurrent() const { return m_fd >= 0; }
+
+    bool read(qint64 offset, char* data, qint64 count)
     {
-        char digits[10];
-        char* first = digits + sizeof digits;
-        do {
-            *--first = char('0' + value % 10);
-            value /= 10;
-        } while (value != 0);
-        m_buffer.append(first, int(digits + sizeof digits - first));
+        const qint64 inside = std::max<qint64>(0, std::min(count, m_size - offset));
+        std::memset(data + inside, 0, size_t(count - inside));
+        for (qint64 done = 0; done < inside;) {
+            const qint64 got = m_fd >= 0 ? ::pread(m_fd, data + done, size_t(inside - done), off_t(offset + done))
+                                         : readFile(offset + done, data + done, inside - done);
+            if (got < 0 && errno == EINTR)
+                continue;
+            if (got <= 0)
+                return false; // an error, or a file cut short meanwhile
+            done += got;
+        }
+        return true;
     }
-    void text(const char* text) { m_buffer.append(text); }
-    void endLine()
+
+    bool readU32(qint64 offset, quint32* value)
     {
-        m_buffer.append('\n');
-        if (m_buffer.size() >= kFlushSize)
-            flush();
-    }
-    bool flush()
-    {
-        const bool ok = m_file.write(m_buffer);
-        m_buffer.clear();
-        m_ok = m_ok && ok;
-        return m_ok;
+        uchar bytes[4];
+        if (!read(offset, reinterpret_cast<char*>(bytes), 4))
+            return false;
+        *value = quint32(bytes[0]) | quint32(bytes[1]) << 8 | quint32(bytes[2]) << 16 | quint32(bytes[3]) << 24;
+        return true;
     }
 
 private:
-    static constexpr int kFlushSize = 1 << 20;
-    PointFile::ReplacingFile& m_file;
-    QByteArray m_buffer;
-    bool m_ok = true;
+    qint64 readFile(qint64 offset, char* data, qint64 count)
+    {
+        return m_file.seek(offset) ? m_file.read(data, count) : -1;
+    }
+
+    QFile& m_file;
+    int m_fd;
+    qint64 m_size;
 };
 
-void writeRecords(LineWriter& out, const QByteArray& file, const Header& header, const Layout& layout)
+struct Header
 {
-    const DecodeRow* row = findRow(kDecodeRows, layout);
-    const qint64 size = file.size();
-    const qint64 end = header.crcOffset > header.dataOffset ? qint64(header.crcOffset) : size;
-    quint8 abcd[4] = {0, 0, 0, 0};
-    for (qint64 pos = header.dataOffset; pos < size && pos < end; pos += layout.unit) {
-        if (row) {
-            for (int i = 0; i < 4; ++i)
-                abcd[i] = row->source[i] == kNone ? 0 : byteAt(file, pos + row->source[i]);
+    quint32 magic = 0;
+    quint32 crcOffset = 0;
+    quint32 dataOffset = 0;
+    quint32 crcLength = 0;
+
+    bool read(Source& file)
+    {
+        return file.readU32(kMagicField, &magic) && file.readU32(kCrcOffsetField, &crcOffset)
+                && file.readU32(kDataOffsetField, &dataOffset) && file.readU32(kCrcLengthField, &crcLength);
+    }
+
+    // Whether the checksum's region and its stored value lie in the file.
+    bool checksumInside(qint64 size) const
+    {
+        return kCrcRegionStart + qint64(crcLength) <= size && qint64(crcOffset) + 4 <= size;
+    }
+
+    Span crcRegion() const { return Span{kCrcRegionStart, kCrcRegionStart + qint64(crcLength)}; }
+};
+
+// The checksum of a region, continued from the blocks that overlap it, in
+// the order of their offsets. 64-bit lengths: the region may exceed 2 GiB.
+class Checksum
+{
+public:
+    explicit Checksum(const Span& region)
+        : m_region(region)
+    {
+    }
+
+    void add(qint64 offset, const uchar* data, qint64 count)
+    {
+        const Span part = m_region.intersected(Span{offset, offset + count});
+        m_crc = crc32_init_value(m_crc, data + (part.begin - offset), int(part.size()));
+    }
+    quint32 value() const { return m_crc; }
+
+private:
+    Span m_region;
+    quint32 m_crc = 0;
+};
+
+// What GetAnalyticFormat needs of a descriptor that may be as long as the
+// file: whether it is empty, its first ten characters, and the first
+// "Unit:", "Valid:", "Endian:" and "Meaning:" with the character after each.
+class Descriptor
+{
+public:
+    bool read(Source& file);
+
+    bool isEmpty() const { return m_empty; }
+    bool isRaw() const
+    {
+        return QString(QLatin1String(m_head)).startsWith(QLatin1String("Format:txt"), Qt::CaseInsensitive);
+    }
+    bool layout(Layout* layout) const
+    {
+        // Each key with its character, apart: the first occurrence of each
+        // is the one of the descriptor, and so is the character after it.
+        QByteArray keys;
+        for (const Key& key : m_keys) {
+            if (key.at >= 0)
+                keys += key.text + key.next + '\x01';
         }
-        const quint32 low = quint32(abcd[0]) | quint32(abcd[1]) << 8;
-        const quint32 high = quint32(abcd[2]) | quint32(abcd[3]) << 8;
-        if (layout.meaning == 0) {
-            out.number(low | high << 16);
-        } else {
-            out.text("x=");
-            out.number(layout.meaning == 1 ? low : high);
-            out.text(",y=");
-            out.number(layout.meaning == 1 ? high : low);
+        return !m_empty
+                && GetAnalyticFormat(QString(QLatin1String(keys)), layout->unit, layout->valid, layout->endian,
+                                     layout->meaning);
+    }
+
+private:
+    struct Key
+    {
+        explicit Key(const char* keyText)
+            : text(keyText)
+        {
         }
-        out.endLine();
+
+        const char* text;
+        qint64 at = -1;
+        QByteArray next; // empty at the end of the descriptor
+        bool waiting = false;
+    };
+    static constexpr int kLongestKey = 8; // "Meaning:"
+    static constexpr int kHeadLength = 10;
+
+    void search(const QByteArray& window, qint64 windowOffset);
+
+    bool m_empty = true;
+    QByteArray m_head;
+    Key m_keys[4] = {Key("Unit:"), Key("Valid:"), Key("Endian:"), Key("Meaning:")};
+};
+
+bool Descriptor::read(Source& file)
+{
+    QByteArray chunk(int(kBlockSize), Qt::Uninitialized);
+    QByteArray carry; // the end of what was searched, for a key across two chunks
+    for (qint64 offset = kDescriptorOffset; offset < file.size();) {
+        const qint64 count = std::min(kBlockSize, file.size() - offset);
+        if (!file.read(offset, chunk.data(), count))
+            return false;
+        const void* nul = std::memchr(chunk.constData(), '\0', size_t(count));
+        const int length = int(nul ? static_cast<const char*>(nul) - chunk.constData() : count);
+        const QByteArray text(chunk.constData(), length);
+        if (offset == kDescriptorOffset) {
+            m_empty = length == 0;
+            m_head = text.left(kHeadLength);
+        }
+        for (Key& key : m_keys) {
+            if (key.waiting && length > 0) {
+                key.next = text.left(1);
+                key.waiting = false;
+            }
+        }
+        search(carry + text, offset - carry.size());
+        if (nul)
+            break;
+        carry = text.right(kLongestKey - 1);
+        offset += count;
+    }
+    return true;
+}
+
+void Descriptor::search(const QByteArray& window, qint64 windowOffset)
+{
+    for (Key& key : m_keys) {
+        if (key.at >= 0)
+            continue;
+        const int at = window.indexOf(key.text);
+        if (at < 0)
+            continue;
+        key.at = windowOffset + at;
+        const int after = at + int(std::strlen(key.text));
+        key.next = window.mid(after, 1);
+        key.waiting = after >= window.size();
     }
 }
 
-bool commit(PointFile::ReplacingFile& file)
+// Calls the client's progress callback: from 0 to 1, about once per
+// percent. False once it asks to stop, or throws.
+class ProgressReport
 {
-    if (!file.commit()) {
+public:
+    ProgressReport(const ConversionProgress& callback, qint64 total)
+        : m_callback(callback)
+        , m_total(total)
+    {
+    }
+
+    bool start() { return call(0.0); }
+    bool advance(qint64 done)
+    {
+        if (!m_callback || m_total <= 0)
+            return true;
+        const qint64 percent = done * 100 / m_total;
+        if (percent <= m_percent || percent >= 100)
+            return true; // 1.0 only once everything is written
+        m_percent = percent;
+        return call(double(done) / double(m_total));
+    }
+    bool finish() { return call(1.0); }
+
+private:
+    bool call(double fraction)
+    {
+        if (!m_callback)
+            return true;
+        try {
+            return m_callback(fraction);
+        } catch (...) {
+            return false; // documented as not allowed: taken as a request to stop
+        }
+    }
+
+    const ConversionProgress& m_callback;
+    qint64 m_total;
+    qint64 m_percent = 0;
+};
+
+// ---- Export ----------------------------------------------------------------
+
+struct ExportBlock
+{
+    qint64 offset = 0;
+    qint64 recordBytes = 0;
+    std::unique_ptr<uchar[]> records;
+    std::unique_ptr<char[]> text;
+    qint64 textBytes = 0;
+    bool read = false;
+};
+
+// One pass over the ".mfa" file: checks its checksum and, with an output,
+// writes the text of its payload.
+class ExportPass
+{
+public:
+    enum class Outcome { Done, ReadFailed, Cancelled };
+
+    ExportPass(Source& file, const Header& header)
+        : m_file(file)
+        , m_crcRegion(header.crcRegion())
+        , m_checksum(header.crcRegion())
+    {
+    }
+
+    // Without an output: only the checksum.
+    Outcome run(PointFile::ReplacingFile* output, const Layout* layout, bool raw, const Span& payload,
+                ProgressReport* progress);
+
+    quint32 checksum() const { return m_checksum.value(); }
+    bool writeFailed() const { return m_writeFailed; }
+
+private:
+    bool checksumOnly(const Span& span, ProgressReport* progress);
+    bool copyRaw(const Span& payload, ProgressReport* progress);
+    bool formatRecords(const Span& payload, const Layout& layout, ProgressReport* progress);
+    bool write(const char* data, qint64 count);
+    bool advance(qint64 bytes, ProgressReport* progress);
+
+    Source& m_file;
+    Span m_crcRegion;
+    Checksum m_checksum;
+    PointFile::ReplacingFile* m_output = nullptr;
+    bool m_writeFailed = false;
+    bool m_readFailed = false;
+    bool m_cancelled = false;
+    qint64 m_done = 0;
+    QByteArray m_buffer;
+};
+
+ExportPass::Outcome ExportPass::run(PointFile::ReplacingFile* output, const Layout* layout, bool raw,
+                                    const Span& payload, ProgressReport* progress)
+{
+    m_output = output;
+    // In the order of the file: the checksum's region before the payload,
+    // the payload (checksummed where the region covers it), the region after.
+    const Span writing = output ? payload : Span{m_crcRegion.end, m_crcRegion.end};
+    const Span before{m_crcRegion.begin, std::min(m_crcRegion.end, std::max(writing.begin, m_crcRegion.begin))};
+    const Span after{std::max(m_crcRegion.begin, writing.end), m_crcRegion.end};
+    bool ok = checksumOnly(before, progress);
+    if (ok && writing.size() > 0)
+        ok = raw ? copyRaw(writing, progress) : formatRecords(writing, *layout, progress);
+    ok = ok && checksumOnly(after, progress);
+    if (m_cancelled)
+        return Outcome::Cancelled;
+    return ok && !m_readFailed ? Outcome::Done : Outcome::ReadFailed;
+}
+
+bool ExportPass::advance(qint64 bytes, ProgressReport* progress)
+{
+    m_done += bytes;
+    if (progress && !progress->advance(m_done))
+        m_cancelled = true;
+    return !m_cancelled;
+}
+
+bool ExportPass::write(const char* data, qint64 count)
+{
+    if (!m_writeFailed && !m_output->write(data, count))
+        m_writeFailed = true;
+    return !m_writeFailed;
+}
+
+bool ExportPass::checksumOnly(const Span& span, ProgressReport* progress)
+{
+    m_buffer.resize(int(kBlockSize));
+    for (qint64 offset = span.begin; offset < span.end;) {
+        const qint64 count = std::min(kBlockSize, span.end - offset);
+        if (!m_file.read(offset, m_buffer.data(), count)) {
+            m_readFailed = true;
+            return false;
+        }
+        m_checksum.add(offset, reinterpret_cast<const uchar*>(m_buffer.constData()), count);
+        offset += count;
+        if (!advance(count, progress))
+            return false;
+    }
+    return true;
+}
+
+// A "Format:txt" file's payload is its text.
+bool ExportPass::copyRaw(const Span& payload, ProgressReport* progress)
+{
+    m_buffer.resize(int(kBlockSize));
+    for (qint64 offset = payload.begin; offset < payload.end;) {
+        const qint64 count = std::min(kBlockSize, payload.end - offset);
+        if (!m_file.read(offset, m_buffer.data(), count)) {
+            m_readFailed = true;
+            return false;
+        }
+        m_checksum.add(offset, reinterpret_cast<const uchar*>(m_buffer.constData()), count);
+        write(m_buffer.constData(), count);
+        offset += count;
+        if (!advance(count, progress))
+            return false;
+    }
+    return true;
+}
+
+// The workers read and format the blocks; the caller's thread checksums
+// and writes them in order.
+bool ExportPass::formatRecords(const Span& payload, const Layout& layout, ProgressReport* progress)
+{
+    const PointFile::RecordFormatter formatter(layout);
+    const qint64 blockBytes = kRecordsPerBlock * layout.unit;
+    const int threads = m_file.concurrent() ? threadsFor((payload.size() + blockBytes - 1) / blockBytes) : 0;
+    Source& file = m_file;
+    PointFile::BlockPipeline<ExportBlock> pipeline(threads, depthFor(threads), [&](ExportBlock& block) {
+        if (!block.records) {
+            block.records.reset(new uchar[size_t(blockBytes)]);
+            block.text.reset(new char[size_t(kRecordsPerBlock * PointFile::kMaxLineLength + PointFile::kNumberSlack)]);
+        }
+        block.read = file.read(block.offset, reinterpret_cast<char*>(block.records.get()), block.recordBytes);
+        if (block.read) {
+            block.textBytes =
+                    formatter.format(block.records.get(), block.recordBytes, block.text.get()) - block.text.get();
+        }
+    });
+
+    // The oldest block, once it is done; false to stop.
+    const auto takeOldest = [&]() {
+        const bool formatted = pipeline.waitOldest();
+        const ExportBlock& block = pipeline.oldest();
+        if (formatted && !block.read)
+            m_readFailed = true;
+        // The checksum covers the file's bytes only, not the zeros after it.
+        m_checksum.add(block.offset, block.records.get(), std::min(block.recordBytes, m_file.size() - block.offset));
+        if (!formatted)
+            m_writeFailed = true; // out of memory
+        else
+            write(block.text.get(), block.textBytes);
+        const qint64 bytes = block.recordBytes;
+        pipeline.release();
+        return !m_readFailed && advance(bytes, progress);
+    };
+
+    for (qint64 offset = payload.begin; offset < payload.end;) {
+        if (m_writeFailed) {
+            // Nothing more to write: only the checksum decides now.
+            while (pipeline.pending()) {
+                if (!takeOldest())
+                    return false;
+            }
+            return checksumOnly(Span{offset, payload.end}, progress);
+        }
+        if (pipeline.full()) {
+            if (!takeOldest())
+                return false;
+            continue;
+        }
+        ExportBlock& block = pipeline.next();
+        block.offset = offset;
+        block.recordBytes = std::min(blockBytes, payload.end - offset);
+        pipeline.submit();
+        offset += block.recordBytes;
+    }
+    while (pipeline.pending()) {
+        if (!takeOldest())
+            return false;
+    }
+    return true;
+}
+
+bool exportPoints(const QString& mfaPath, const ConversionProgress& callback)
+{
+    QFile sourceFile(mfaPath);
+    if (!sourceFile.open(QIODevice::ReadOnly | QIODevice::Unbuffered) || sourceFile.size() < 1)
+        return false;
+    Source file(sourceFile);
+    const qint64 size = file.size();
+
+    // Not a point file, or a truncated one: nothing to convert.
+    Header header;
+    if (!header.read(file))
+        return false;
+    if (header.magic != kMagic || header.crcOffset > size || header.dataOffset > size)
+        return true;
+    if (size < qint64(header.crcLength) || size <= qint64(header.crcOffset) || !header.checksumInside(size))
+        return true;
+    quint32 stored = 0;
+    Descriptor descriptor;
+    if (!file.readU32(header.crcOffset, &stored) || !descriptor.read(file))
+        return false;
+
+    ExportPass pass(file, header);
+    const auto checksumMatches = [&] {
+        return pass.run(nullptr, nullptr, false, Span(), nullptr) == ExportPass::Outcome::Done
+                && pass.checksum() == stored;
+    };
+
+    const bool raw = descriptor.isRaw();
+    Layout layout;
+    // A record width of 0 describes no records.
+    if (descriptor.isEmpty() || (!raw && (!descriptor.layout(&layout) || layout.unit == 0)))
+        return checksumMatches();
+
+    // Raw: the bytes up to the checksum. Records: up to the checksum when it
+    // follows them, otherwise to the end; the last one may be cut short by
+    // the end of the file and reads zeros there.
+    const qint64 dataOffset = header.dataOffset;
+    Span payload{dataOffset, dataOffset};
+    if (raw) {
+        payload.end = std::max<qint64>(header.crcOffset, dataOffset);
+    } else {
+        const qint64 end = header.crcOffset > header.dataOffset ? qint64(header.crcOffset) : size;
+        const qint64 records = (std::min(size, end) - dataOffset + layout.unit - 1) / layout.unit;
+        payload.end = std::min(size, dataOffset + records * layout.unit);
+    }
+
+    PointFile::ReplacingFile text(textPath(mfaPath));
+    if (!text.open()) {
+        if (checksumMatches())
+            logCritical(kOpenFailed);
+        return false;
+    }
+
+    const Span checksummed = header.crcRegion();
+    const qint64 work = checksummed.size() + payload.size() - checksummed.intersected(payload).size();
+    ProgressReport progress(callback, work);
+    const ExportPass::Outcome outcome =
+            progress.start() ? pass.run(&text, &layout, raw, payload, &progress) : ExportPass::Outcome::Cancelled;
+    if (outcome == ExportPass::Outcome::Cancelled) {
+        text.discard();
+        logCritical(kCancelled);
+        return false;
+    }
+    if (outcome == ExportPass::Outcome::ReadFailed || pass.checksum() != stored)
+        return false;
+    if (pass.writeFailed()) {
         logCritical(kWriteFailed);
         return false;
+    }
+    if (!progress.finish()) {
+        text.discard();
+        logCritical(kCancelled);
+        return false;
+    }
+    if (!text.commit()) {
+        logCritical(kWriteFailed);
+        return false;
+    }
+    if (raw) {
+        sourceFile.close();
+        QFile::remove(mfaPath); // only once its payload is safe
     }
     return true;
 }
 
 // ---- Import ----------------------------------------------------------------
 
-// One line of the text file as QFile::readLine gives it in text mode (a
-// final "\r\n" read as "\n"), cut at its first NUL: the bytes before the
-// line end, and whether the line end is still part of it.
-struct Line
+// The lines that start in a chunk of the text file, parsed by a worker.
+struct ImportBlock
 {
-    const char* begin;
-    const char* end;
-    bool newline;
+    qint64 begin = 0;
+    qint64 end = 0;
+    std::unique_ptr<char[]> text;
+    std::unique_ptr<uchar[]> records;
+    qint64 lines = 0;
+    bool read = false;
 };
 
-// The line starting at begin; *next is where the following one starts.
-Line nextLine(const char* begin, const char* textEnd, const char** next)
+// How a worker reads the lines of its chunk: each line belongs to the
+// chunk it starts in, and its end is read from the chunks after.
+class ChunkParser
 {
-    const void* newline = std::memchr(begin, '\n', size_t(textEnd - begin));
-    Line line{begin, newline ? static_cast<const char*>(newline) : textEnd, newline != nullptr};
-    *next = newline ? line.end + 1 : textEnd;
-    if (const void* nul = std::memchr(begin, '\0', size_t(line.end - begin))) {
-        line.end = static_cast<const char*>(nul);
-        line.newline = false;
-    } else if (line.newline && line.end > begin && line.end[-1] == '\r') {
-        --line.end;
+public:
+    ChunkParser(Source& text, const PointFile::LineParser& parser, unsigned int meaning)
+        : m_text(text)
+        , m_parser(parser)
+        , m_meaning(meaning)
+    {
     }
-    return line;
+
+    void parse(ImportBlock& block) const;
+
+private:
+    bool finishLine(const char* begin, const char* end, qint64 after, uchar* out) const;
+
+    Source& m_text;
+    const PointFile::LineParser& m_parser;
+    unsigned int m_meaning;
+};
+
+// A piece of the text after a chunk, for the line that crosses its end.
+constexpr qint64 kLookAhead = 4 << 10;
+
+void ChunkParser::parse(ImportBlock& block) const
+{
+    if (!block.text) {
+        block.text.reset(new char[size_t(kBlockSize + 1)]);
+        if (m_parser.encodesValues())
+            block.records.reset(new uchar[size_t((kBlockSize + 1) * kMaxEncodedUnit)]);
+    }
+    block.lines = 0;
+    // With the byte before the chunk: whether a line starts right at it.
+    const qint64 from = std::max<qint64>(block.begin - 1, 0);
+    char* const buffer = block.text.get();
+    block.read = m_text.read(from, buffer, block.end - from);
+    if (!block.read)
+        return;
+    const char* const end = buffer + (block.end - from);
+    const char* start = buffer + (block.begin - from);
+    if (block.begin > 0 && buffer[0] != '\n') {
+        const void* newline = std::memchr(start, '\n', size_t(end - start));
+        if (!newline)
+            return; // inside a line of an earlier chunk
+        start = static_cast<const char*>(newline) + 1;
+    }
+    if (!m_parser.encodesValues()) {
+        block.lines = m_parser.parse(start, end, nullptr); // a count is all it takes
+        return;
+    }
+    const void* last = memrchr(start, '\n', size_t(end - start));
+    const char* const whole = last ? static_cast<const char*>(last) + 1 : start;
+    block.lines = m_parser.parse(start, whole, block.records.get());
+    if (whole < end) {
+        // The last line goes on past the chunk, or ends the file.
+        block.read = finishLine(whole, end, block.end, block.records.get() + block.lines * m_parser.unit());
+        ++block.lines;
+    }
 }
 
-// "123" or "123\n" read directly; false for anything else.
-bool plainNumber(const char* begin, const char* end, quint32* value)
+// The record of the line that starts with [begin, end) and goes on at
+// offset after: read whole when it fits a block, otherwise in pieces.
+bool ChunkParser::finishLine(const char* begin, const char* end, qint64 after, uchar* out) const
 {
-    if (end > begin && end[-1] == '\n')
-        --end;
-    if (end == begin || end - begin > 10)
-        return false;
-    quint64 v = 0;
-    for (const char* p = begin; p < end; ++p) {
-        if (*p < '0' || *p > '9')
+    QByteArray line(begin, int(end - begin));
+    PointFile::LongLine longLine(m_meaning);
+    bool isLong = false;
+    for (;;) {
+        const qint64 count = std::min(kLookAhead, m_text.size() - after);
+        if (count <= 0)
+            break; // the last line of the file, without a line end
+        QByteArray piece(int(count), Qt::Uninitialized);
+        if (!m_text.read(after, piece.data(), count))
             return false;
-        v = v * 10 + quint64(*p - '0');
+        after += count;
+        const int newline = piece.indexOf('\n');
+        if (newline >= 0)
+            piece.truncate(newline + 1);
+        if (isLong) {
+            longLine.feed(piece.constData(), newline >= 0 ? newline : piece.size());
+        } else {
+            line += piece;
+            if (line.size() > kBlockSize) {
+                isLong = true;
+                longLine.feed(line.constData(), newline >= 0 ? line.size() - 1 : line.size());
+                line.clear();
+            }
+        }
+        if (newline >= 0)
+            break;
     }
-    *value = v <= 0xFFFFFFFFu ? quint32(v) : 0; // too large reads as 0
+    if (isLong)
+        m_parser.encode(longLine.value(), out);
+    else
+        m_parser.parse(line.constData(), line.constData() + line.size(), out);
     return true;
 }
 
-quint32 unsignedDecimal(const QString& text)
+// The outcome of the line count, as reading the whole text decides it.
+enum class LineCount { Right, TooLarge, NotCorrect };
+
+LineCount judgeLines(qint64 lines, qint64 unit, qint64 dataLength)
 {
-    bool ok = false;
-    const uint value = text.toUInt(&ok, 10); // white space around is allowed
-    return ok ? value : 0;
+    // Line k (from 0) would start at k * unit: past the data, the text has
+    // too many lines; otherwise they must fill the data exactly.
+    if (lines > 0 && (lines - 1) * unit >= dataLength)
+        return LineCount::TooLarge;
+    return lines * unit == dataLength ? LineCount::Right : LineCount::NotCorrect;
 }
 
-QString lineText(const Line& line)
+// Counts the lines of the whole text; false when it cannot be read.
+bool countLines(QFile& text, qint64* lines)
 {
-    QString text = QString::fromUtf8(line.begin, int(line.end - line.begin));
-    if (line.newline)
-        text += QLatin1Char('\n');
-    return text;
+    std::unique_ptr<char[]> buffer(new char[size_t(kBlockSize)]);
+    *lines = 0;
+    char last = '\n';
+    for (;;) {
+        const qint64 got = text.read(buffer.get(), kBlockSize);
+        if (got < 0)
+            return false;
+        if (got == 0)
+            break;
+        *lines += std::count(buffer.get(), buffer.get() + got, '\n');
+        last = buffer[size_t(got - 1)];
+    }
+    if (last != '\n')
+        ++*lines; // the last line has no line end
+    return true;
 }
 
-quint32 lineValue(const Line& line, unsigned int meaning)
+class ImportPass
 {
-    quint32 x = 0;
-    quint32 y = 0;
-    if (meaning == 0) {
-        if (plainNumber(line.begin, line.end, &x))
-            return x;
-        return unsignedDecimal(lineText(line));
+public:
+    enum class Outcome { Done, TextUnreadable, PointFileUnreadable, Cancelled };
+
+    ImportPass(Source& file, Source& text, const Header& header, const Layout& layout,
+               PointFile::ReplacingFile& output, ProgressReport& progress)
+        : m_file(file)
+        , m_text(text)
+        , m_header(header)
+        , m_layout(layout)
+        , m_parser(layout)
+        , m_output(output)
+        , m_progress(progress)
+        , m_checksum(header.crcRegion())
+    {
     }
-    const QByteArray bytes = QByteArray::fromRawData(line.begin, int(line.end - line.begin));
-    const int comma = bytes.indexOf(",y=");
-    if (!(bytes.startsWith("x=") && comma > 0 && plainNumber(line.begin + 2, line.begin + comma, &x)
-          && plainNumber(line.begin + comma + 3, line.end, &y))) {
-        // Anything but "x=<digits>,y=<digits>": by the positions of the
-        // first "x=", "," and "y=".
-        const QString text = lineText(line);
-        const int ix = text.indexOf(QLatin1String("x="));
-        const int ic = text.indexOf(QLatin1Char(','));
-        const int iy = text.indexOf(QLatin1String("y="));
-        x = unsignedDecimal(text.mid(ix + 2, ic - ix - 2));
-        y = unsignedDecimal(text.mid(iy + 2));
+
+    Outcome run();
+    qint64 lines() const { return m_lines; }
+    bool writeFailed() const { return m_writeFailed; }
+    quint32 checksum() const { return m_checksum.value(); }
+
+private:
+    bool copyHeader();
+    bool writeRecords(const ImportBlock& block);
+    void write(const uchar* data, qint64 count);
+    bool advance(qint64 bytes);
+
+    Source& m_file;
+    Source& m_text;
+    const Header& m_header;
+    Layout m_layout;
+    PointFile::LineParser m_parser;
+    PointFile::ReplacingFile& m_output;
+    ProgressReport& m_progress;
+    Checksum m_checksum;
+    qint64 m_written = 0; // bytes of the new file so far
+    qint64 m_lines = 0;
+    qint64 m_done = 0;
+    bool m_writeFailed = false;
+    bool m_cancelled = false;
+};
+
+bool ImportPass::advance(qint64 bytes)
+{
+    m_done += bytes;
+    if (!m_progress.advance(m_done))
+        m_cancelled = true;
+    return !m_cancelled;
+}
+
+void ImportPass::write(const uchar* data, qint64 count)
+{
+    m_checksum.add(m_written, data, count);
+    m_written += count;
+    if (!m_writeFailed && !m_output.write(reinterpret_cast<const char*>(data), count))
+        m_writeFailed = true;
+}
+
+// Everything before the records, as it is.
+bool ImportPass::copyHeader()
+{
+    std::unique_ptr<char[]> buffer(new char[size_t(kBlockSize)]);
+    for (qint64 offset = 0; offset < m_header.dataOffset;) {
+        const qint64 count = std::min<qint64>(kBlockSize, m_header.dataOffset - offset);
+        if (!m_file.read(offset, buffer.get(), count))
+            return false;
+        write(reinterpret_cast<const uchar*>(buffer.get()), count);
+        offset += count;
+        if (!advance(count))
+            break;
     }
-    return meaning == 1 ? (x & 0xFFFFu) + (y << 16) : (y & 0xFFFFu) + (x << 16);
+    return true;
+}
+
+// False once the text has more lines than the file has records.
+bool ImportPass::writeRecords(const ImportBlock& block)
+{
+    const qint64 unit = m_layout.unit;
+    m_lines += block.lines;
+    if (judgeLines(m_lines, unit, m_file.size() - m_header.dataOffset) == LineCount::TooLarge)
+        return false;
+    if (m_parser.encodesValues()) {
+        write(block.records.get(), block.lines * unit);
+    } else {
+        const std::vector<uchar> fill(size_t(std::min(block.lines * unit, kBlockSize)), 0xFFu);
+        for (qint64 left = block.lines * unit; left > 0; left -= kBlockSize)
+            write(fill.data(), std::min(left, kBlockSize));
+    }
+    return advance(block.end - block.begin);
+}
+
+// The workers read and parse the chunks of the text; the caller's thread
+// writes their records in order, keeping the checksum.
+ImportPass::Outcome ImportPass::run()
+{
+    if (!copyHeader())
+        return Outcome::PointFileUnreadable;
+    if (m_cancelled)
+        return Outcome::Cancelled;
+
+    const ChunkParser chunks(m_text, m_parser, m_layout.meaning);
+    const qint64 size = m_text.size();
+    const int threads = m_text.concurrent() ? threadsFor((size + kBlockSize - 1) / kBlockSize) : 0;
+    PointFile::BlockPipeline<ImportBlock> pipeline(threads, depthFor(threads),
+                                                   [&chunks](ImportBlock& block) { chunks.parse(block); });
+
+    bool going = true;
+    bool readFailed = false;
+    const auto takeOldest = [&] {
+        if (!pipeline.waitOldest())
+            m_writeFailed = true; // out of memory
+        const ImportBlock& block = pipeline.oldest();
+        readFailed = !block.read;
+        going = !readFailed && writeRecords(block);
+        pipeline.release();
+    };
+    for (qint64 offset = 0; going && offset < size;) {
+        if (pipeline.full()) {
+            takeOldest();
+            continue;
+        }
+        ImportBlock& block = pipeline.next();
+        block.begin = offset;
+        block.end = std::min(offset + kBlockSize, size);
+        pipeline.submit();
+        offset = block.end;
+    }
+    while (going && pipeline.pending())
+        takeOldest();
+    if (readFailed)
+        return Outcome::TextUnreadable;
+    return m_cancelled ? Outcome::Cancelled : Outcome::Done;
+}
+
+bool importPoints(const QString& mfaPath, const ConversionProgress& callback)
+{
+    const QString txtPath = textPath(mfaPath);
+    if (!QFileInfo::exists(txtPath))
+        return true;
+
+    QFile text(txtPath);
+    if (!text.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+        logCritical(kOpenFailed);
+        return false;
+    }
+    if (text.size() < 1) {
+        logCritical(kSizeError);
+        return false;
+    }
+
+    // Opened as for writing: a missing file is created, empty.
+    QFile target(mfaPath);
+    if (!target.open(QIODevice::ReadWrite | QIODevice::Unbuffered)) {
+        logCritical(kOpenFailed);
+        return false;
+    }
+    if (target.size() <= 0) {
+        logCritical(kSizeError);
+        return false;
+    }
+    Source file(target);
+    const qint64 size = file.size();
+
+    Header header;
+    Descriptor descriptor;
+    if (!header.read(file) || !descriptor.read(file))
+        return false;
+    Layout layout;
+    if (descriptor.isEmpty() || !descriptor.layout(&layout))
+        return true;
+
+    if (qint64(header.dataOffset) > size || !header.checksumInside(size)) {
+        logCritical(kOutsideFile);
+        return false;
+    }
+
+    // Without room for records, the first line is one too many; with
+    // records 0 bytes wide, no number of lines fills them.
+    const qint64 dataLength = size - header.dataOffset;
+    if (dataLength == 0) {
+        logCritical(kTooLarge);
+        return false;
+    }
+    if (layout.unit == 0) {
+        logCritical(kNotCorrect);
+        return false;
+    }
+
+    PointFile::ReplacingFile output(mfaPath);
+    if (!output.open()) {
+        qint64 lines = 0;
+        if (!countLines(text, &lines)) {
+            logCritical(kOpenFailed);
+            return false;
+        }
+        const LineCount count = judgeLines(lines, layout.unit, dataLength);
+        logCritical(count == LineCount::TooLarge ? kTooLarge : count == LineCount::NotCorrect ? kNotCorrect : kOpenFailed);
+        return false;
+    }
+
+    ProgressReport progress(callback, qint64(header.dataOffset) + text.size());
+    if (!progress.start()) {
+        output.discard();
+        logCritical(kCancelled);
+        return false;
+    }
+    Source textSource(text);
+    ImportPass pass(file, textSource, header, layout, output, progress);
+    switch (pass.run()) {
+    case ImportPass::Outcome::Cancelled:
+        output.discard();
+        logCritical(kCancelled);
+        return false;
+    case ImportPass::Outcome::TextUnreadable:
+        logCritical(kOpenFailed);
+        return false;
+    case ImportPass::Outcome::PointFileUnreadable:
+        return false;
+    case ImportPass::Outcome::Done:
+        break;
+    }
+    switch (judgeLines(pass.lines(), layout.unit, dataLength)) {
+    case LineCount::TooLarge:
+        logCritical(kTooLarge);
+        return false;
+    case LineCount::NotCorrect:
+        logCritical(kNotCorrect);
+        return false;
+    case LineCount::Right:
+        break;
+    }
+
+    // The checksum of the new content goes where the header says, also
+    // inside the region it covers or the records.
+    const quint32 crc = pass.checksum();
+    const char stored[4] = {char(crc & 0xFF), char((crc >> 8) & 0xFF), char((crc >> 16) & 0xFF), char(crc >> 24)};
+    if (pass.writeFailed() || !output.writeAt(header.crcOffset, stored, sizeof stored)) {
+        logCritical(kWriteFailed);
+        return false;
+    }
+    if (!progress.finish()) {
+        output.discard();
+        logCritical(kCancelled);
+        return false;
+    }
+    if (!output.commit()) {
+        logCritical(kWriteFailed);
+        return false;
+    }
+    return true;
 }
 
 } // namespace
 
 bool ChangeMfaToTxt(const QString& mfaPath)
 {
-    QByteArray file;
-    {
-        QFile source(mfaPath);
-        if (!source.open(QIODevice::ReadOnly) || source.size() < 1 || !readWholeFile(source, &file))
-            return false;
-    }
-    const qint64 size = file.size();
+    return exportPoints(mfaPath, ConversionProgress());
+}
 
-    // Not a point file, or a truncated one: nothing to convert.
-    const Header header(file);
-    if (header.magic != kMagic || header.crcOffset > size || header.dataOffset > size)
-        return true;
-    if (size < qint64(header.crcLength) || size <= qint64(header.crcOffset) || !header.checksumInside(size))
-        return true;
-    if (header.computedCrc(file) != readU32(file, header.crcOffset))
-        return false;
-
-    const QString format = descriptor(file);
-    if (format.isEmpty())
-        return true;
-    const bool raw = format.startsWith(QLatin1String("Format:txt"), Qt::CaseInsensitive);
-    Layout layout;
-    if (!raw && (!GetAnalyticFormat(format, layout.unit, layout.valid, layout.endian, layout.meaning) || layout.unit == 0))
-        return true; // a record width of 0 describes no records
-
-    PointFile::ReplacingFile text(textPath(mfaPath));
-    if (!text.open()) {
-        logCritical(kOpenFailed);
-        return false;
-    }
-
-    if (raw) {
-        const qint64 count = qint64(header.crcOffset) - qint64(header.dataOffset);
-        if (!text.write(file.constData() + header.dataOffset, qMax<qint64>(count, 0))) {
-            logCritical(kWriteFailed);
-            return false;
-        }
-        if (!commit(text))
-            return false;
-        QFile::remove(mfaPath); // only once its payload is safe
-        return true;
-    }
-
-    LineWriter out(text);
-    if (size > qint64(header.dataOffset))
-        writeRecords(out, file, header, layout);
-    if (!out.flush()) {
-        logCritical(kWriteFailed);
-        return false;
-    }
-    return commit(text);
+bool ChangeMfaToTxt(const QString& mfaPath, const ConversionProgress& progress)
+{
+    return exportPoints(mfaPath, progress);
 }
 
 bool ChangeTxtToMfa(const QString& mfaPath)
 {
-    const QString txtPath = textPath(mfaPath);
-    if (!QFileInfo::exists(txtPath))
-        return true;
+    return importPoints(mfaPath, ConversionProgress());
+}
 
-    // Read whole; nextLine() splits the lines as text mode would.
-    QByteArray text;
-    {
-        QFile txt(txtPath);
-        if (!txt.open(QIODevice::ReadOnly)) {
-            logCritical(kOpenFailed);
-            return false;
-        }
-        if (txt.size() < 1) {
-            logCritical(kSizeError);
-            return false;
-        }
-        if (!readWholeFile(txt, &text)) {
-            logCritical(kOpenFailed);
-            return false;
-        }
-    }
-
-    QByteArray file;
-    {
-        // Opened as for writing: a missing file is created, empty.
-        QFile target(mfaPath);
-        if (!target.open(QIODevice::ReadWrite)) {
-            logCritical(kOpenFailed);
-            return false;
-        }
-        if (target.size() <= 0) {
-            logCritical(kSizeError);
-            return false;
-        }
-        if (!readWholeFile(target, &file))
-            return false;
-    }
-    const qint64 size = file.size();
-
-    Layout layout;
-    const QString format = descriptor(file);
-    if (format.isEmpty() || !GetAnalyticFormat(format, layout.unit, layout.valid, layout.endian, layout.meaning))
-        return true;
-
-    const Header header(file);
-    if (qint64(header.dataOffset) > size || !header.checksumInside(size)) {
-        logCritical(kOutsideFile);
-        return false;
-    }
-
-    const qint64 dataLength = size - header.dataOffset;
-    QByteArray staging(int(dataLength), char(0xFF));
-    char* records = staging.data();
-    const EncodeRow* row = findRow(kEncodeRows, layout);
-    qint64 written = 0;
-    const char* textEnd = text.constData() + text.size();
-    for (const char* next = text.constData(); next < textEnd;) {
-        if (written >= dataLength) {
-            logCritical(kTooLarge);
-            return false;
-        }
-        const quint32 value = lineValue(nextLine(next, textEnd, &next), layout.meaning);
-        for (int i = 0; row && i < int(layout.unit); ++i) {
-            // A last record cut short by the data's end keeps its bytes inside.
-            if (row->valueByte[i] != kNone && written + i < dataLength)
-                records[written + i] = char((value >> (8 * row->valueByte[i])) & 0xFF);
-        }
-        written += layout.unit;
-    }
-    if (written != dataLength) {
-        logCritical(kNotCorrect);
-        return false;
-    }
-
-    CrossPlatMemcpy_s(file.data() + header.dataOffset, unsigned(written), staging.constData(), unsigned(written));
-    writeU32(file, header.crcOffset, header.computedCrc(file));
-
-    PointFile::ReplacingFile target(mfaPath);
-    if (!target.open()) {
-        logCritical(kOpenFailed);
-        return false;
-    }
-    if (!target.write(file)) {
-        logCritical(kWriteFailed);
-        return false;
-    }
-    return commit(target);
+bool ChangeTxtToMfa(const QString& mfaPath, const ConversionProgress& progress)
+{
+    return importPoints(mfaPath, progress);
 }
 
 } // namespace OrvInterface

@@ -141,6 +141,25 @@ bool ReplacingFile::write(const char* data, qint64 size)
     return true;
 }
 
+bool ReplacingFile::writeAt(qint64 offset, const char* data, qint64 size)
+{
+    if (m_fd < 0 || m_failed)
+        return false;
+    while (size > 0) {
+        const ssize_t written = ::pwrite(m_fd, data, size_t(size), off_t(offset));
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0) {
+            m_failed = true;
+            return false;
+        }
+        data += written;
+        size -= written;
+        offset += written;
+    }
+    return true;
+}
+
 // The unnamed file gets the target's name if there is no target yet, and
 // a staging name otherwise (a link cannot replace a file).
 bool ReplacingFile::linkUnnamed()

@@ -40,6 +40,9 @@ public:
     // All of it, or false (a full disk); after a failure, commit() fails.
     bool write(const char* data, qint64 size);
     bool write(const QByteArray& data) { return write(data.constData(), data.size()); }
+    // Overwrites size bytes at offset of what was written (a field patched
+    // once the content after it is known); fails as write() does.
+    bool writeAt(qint64 offset, const char* data, qint64 size);
     // Puts the new content in place and on the disk. On false the target is
     // as it was, or (when only the last sync failed) new but perhaps not yet
     // on the disk.

@@ -5,9 +5,15 @@
 #include <OrvPointFile.h>
 
 #include <QDateTime>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
+
+#include <csignal>
+#include <cstdio>
+#include <sys/ioctl.h>
+#include <unistd.h>
 
 namespace Tool {
 
@@ -36,6 +42,136 @@ QString fileStamp(const QString& path)
                          : QString();
 }
 
+// The number of records of a point file, from its header and descriptor;
+// -1 when they do not say.
+qint64 recordCount(const QString& mfaPath)
+{
+    QFile file(mfaPath);
+    if (!file.open(QIODevice::ReadOnly))
+        return -1;
+    const QByteArray head = file.read(64 << 10);
+    const qint64 size = file.size();
+    const quint32 crcOffset = u32At(head, 8);
+    const quint32 dataOffset = u32At(head, 32);
+    const int nul = head.indexOf('\0', 120);
+    unsigned int unit = 0, valid = 0, endian = 0, meaning = 0;
+    if (nul < 0 || dataOffset > size
+        || !OrvInterface::GetAnalyticFormat(QString::fromLatin1(head.mid(120, nul - 120)), unit, valid, endian, meaning)
+        || unit == 0)
+        return -1;
+    const qint64 end = crcOffset > dataOffset ? qMin<qint64>(crcOffset, size) : size;
+    return qMax<qint64>(0, (end - dataOffset + unit - 1) / unit);
+}
+
+volatile std::sig_atomic_t s_interrupted = 0;
+
+void interrupt(int)
+{
+    s_interrupted = 1;
+}
+
+// Ctrl+C, while it lives, asks the conversion to stop instead of ending the
+// tool, so that the old file is kept.
+class InterruptGuard
+{
+public:
+    InterruptGuard()
+    {
+        s_interrupted = 0;
+        struct sigaction action{};
+        action.sa_handler = interrupt;
+        sigemptyset(&action.sa_mask);
+        sigaction(SIGINT, &action, &m_previous);
+    }
+    ~InterruptGuard() { sigaction(SIGINT, &m_previous, nullptr); }
+
+private:
+    struct sigaction m_previous{};
+};
+
+// The conversion's progress as a bar on a terminal: percentage, records,
+// MB/s and the time left. Nothing when standard error is not a terminal.
+class ProgressBar
+{
+public:
+    ProgressBar(qint64 records, qint64 bytes)
+        : m_records(records)
+        , m_bytes(bytes)
+        , m_terminal(::isatty(STDERR_FILENO) == 1)
+    {
+        m_timer.start();
+        // The library's messages go on a line of their own.
+        s_active = this;
+        s_previousHandler = qInstallMessageHandler(showMessage);
+    }
+    ~ProgressBar()
+    {
+        qInstallMessageHandler(s_previousHandler);
+        s_active = nullptr;
+        clear();
+    }
+
+    bool update(double fraction)
+    {
+        if (m_terminal && (fraction >= 1.0 || m_lastDraw < 0 || m_timer.elapsed() - m_lastDraw >= 100)) {
+            m_lastDraw = m_timer.elapsed();
+            draw(fraction);
+        }
+        return s_interrupted == 0;
+    }
+
+private:
+    void clear()
+    {
+        if (m_drawn)
+            std::fputs("\r\033[K", stderr);
+        m_drawn = false;
+    }
+
+    static void showMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
+    {
+        if (s_active)
+            s_active->clear();
+        if (s_previousHandler)
+            s_previousHandler(type, context, text);
+    }
+
+    static ProgressBar* s_active;
+    static QtMessageHandler s_previousHandler;
+
+    void draw(double fraction)
+    {
+        const double seconds = m_timer.nsecsElapsed() / 1e9;
+        QString text = QStringLiteral(" %1%").arg(int(fraction * 100), 3);
+        if (m_records >= 0)
+            text += QStringLiteral("  %1/%2 records").arg(qint64(fraction * m_records)).arg(m_records);
+        if (seconds > 0.05) {
+            text += QStringLiteral("  %1 MB/s").arg(fraction * m_bytes / 1e6 / seconds, 0, 'f', 1);
+            if (fraction > 0 && fraction < 1)
+                text += QStringLiteral("  %1 s left").arg(seconds * (1 - fraction) / fraction, 0, 'f', 1);
+        }
+        struct winsize size{};
+        const int columns = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
+        const int width = qMax(10, columns - text.size() - 4);
+        const int filled = qBound(0, int(fraction * width), width);
+        const QString bar = QStringLiteral("\r[") + QString(filled, QLatin1Char('#')) + QString(width - filled, QLatin1Char('.'))
+                + QLatin1Char(']') + text + QStringLiteral("\033[K");
+        std::fputs(bar.toLocal8Bit().constData(), stderr);
+        std::fflush(stderr);
+        m_drawn = true;
+    }
+
+    qint64 m_records;
+    qint64 m_bytes;
+    bool m_terminal;
+    bool m_drawn = false;
+    qint64 m_lastDraw = -1;
+    QElapsedTimer m_timer;
+};
+
+ProgressBar* ProgressBar::s_active = nullptr;
+QtMessageHandler ProgressBar::s_previousHandler = nullptr;
+
 int convert(const QStringList& arguments, const char* name, const QString& description, bool toText)
 {
     QCommandLineParser parser;
@@ -49,7 +185,15 @@ int convert(const QStringList& arguments, const char* name, const QString& descr
     const QString mfa = parser.positionalArguments().first();
     const QString written = toText ? textPathOf(mfa) : mfa;
     const QString before = fileStamp(written);
-    const bool ok = toText ? OrvInterface::ChangeMfaToTxt(mfa) : OrvInterface::ChangeTxtToMfa(mfa);
+    bool ok = false;
+    {
+        InterruptGuard guard;
+        ProgressBar bar(recordCount(mfa), QFileInfo(toText ? mfa : textPathOf(mfa)).size());
+        const OrvInterface::ConversionProgress progress = [&bar](double fraction) { return bar.update(fraction); };
+        ok = toText ? OrvInterface::ChangeMfaToTxt(mfa, progress) : OrvInterface::ChangeTxtToMfa(mfa, progress);
+    }
+    if (!ok && s_interrupted)
+        return fail(QStringLiteral("%1: interrupted; %2 was left as it was").arg(QLatin1String(name), written), Interrupted);
     if (!ok)
         return fail(QStringLiteral("%1: %2 was not converted").arg(QLatin1String(name), mfa));
     if (fileStamp(written) == before) {
@@ -83,20 +227,27 @@ QByteArray samplePointFile()
     return file;
 }
 
+const char kProgressHelp[] =
+        "On a terminal, a bar on standard error shows the progress (percentage, records, MB/s, time left). "
+        "Ctrl+C stops the conversion and keeps the old file; the exit status is then 130.";
+
 } // namespace
 
 int runMfaToTxt(const QStringList& arguments)
 {
     return convert(arguments, "mfa2txt",
                    QStringLiteral("Writes the text form of a point file beside it (FILE.txt). A \"Format:txt\" "
-                                  "file is written out as it is and then removed."),
+                                  "file is written out as it is and then removed.\n\n%1")
+                           .arg(QLatin1String(kProgressHelp)),
                    true);
 }
 
 int runTxtToMfa(const QStringList& arguments)
 {
     return convert(arguments, "txt2mfa",
-                   QStringLiteral("Writes the records of FILE.txt back into FILE.mfa and renews its checksum."), false);
+                   QStringLiteral("Writes the records of FILE.txt back into FILE.mfa and renews its checksum.\n\n%1")
+                           .arg(QLatin1String(kProgressHelp)),
+                   false);
 }
 
 int runCrc32(const QStringList& arguments)

@@ -9,8 +9,9 @@
 
 namespace Tool {
 
-// Exit codes of the tool.
-enum ExitCode { Success = 0, Failure = 1, UsageError = 2 };
+// Exit codes of the tool; Interrupted (128 + SIGINT) when Ctrl+C stopped a
+// conversion.
+enum ExitCode { Success = 0, Failure = 1, UsageError = 2, Interrupted = 130 };
 
 struct Command
 {
