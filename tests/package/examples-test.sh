@@ -31,6 +31,12 @@ for markdown in "$@"; do
     ' "$markdown" || { echo "$markdown has no C++ block" >&2; exit 1; }
 done
 echo "-- $(ls "$scratch/blocks" | wc -l) C++ blocks"
+# The namespace also holds the calculator's machinery (Word, Number, Log...):
+# an example names what it uses instead of bringing all of it in.
+if grep -l 'using namespace OrvInterface' "$scratch/blocks"/*.cpp; then
+    echo "an example brings the whole OrvInterface namespace into scope" >&2
+    exit 1
+fi
 
 "$cmake" --install "$build" --prefix "$scratch/prefix" >/dev/null
 
