@@ -69,7 +69,7 @@ COMMONTOOLS_EXPORT const char* GetCalculatorErro();
  * run at the same time.
  * @{ */
 
-/** @name Words and stack objects
+/** @name Internals: words and stack objects
  * @{ */
 
 /** What a Word is. */
@@ -211,7 +211,7 @@ private:
     int type = GroupObject;
 };
 
-/** @name Operator environment
+/** @name Internals: the operator table
  * @{ */
 
 /** The operator table, keyed by symbol; empty until Enviroment() runs. */
@@ -236,7 +236,7 @@ COMMONTOOLS_EXPORT void SortOperatorDesc(QList<Operator_>& ops);
 
 /** @} */
 
-/** @name Math functions
+/** @name Internals: math functions
  * The functions of the operator table. Each takes its operands first
  * operand first (a, b, c below), sets result and returns true; it returns
  * false, leaving result alone, when the number of operands is not its own
@@ -341,7 +341,7 @@ COMMONTOOLS_EXPORT bool Log10(const QList<double>& args, double& result);
 
 /** @} */
 
-/** @name Tokenizer
+/** @name Internals: tokenizer
  * @{ */
 
 /** Appends the words of expr to words, sorted by position. Characters no
