@@ -368,13 +368,16 @@ COMMONTOOLS_EXPORT bool testFlag(unsigned int flag, unsigned int flags);
 
 /** @name Shell commands and processes
  * The commands run through /bin/sh; each is logged at debug level
- * ("execCommand : <command>").
+ * ("execCommand : <command>"). The commands that the library runs for its
+ * own functions (processID(), killProcess(), the system information, the
+ * language detection) keep their error output off the client's standard
+ * error: what they print there is logged at debug level too.
  * @{ */
 
 /** Runs command through /bin/sh, waits for it, and returns what it wrote to
  * its standard output, decoded as UTF-8; an empty string when it printed
  * nothing or could not be started. Output holding a NUL byte is not
- * returned whole. */
+ * returned whole. Its standard error is the client's. */
 COMMONTOOLS_EXPORT QString execCommand(const QString& command);
 
 /** The first id of the processes named name (as pidof finds them), or -1.
