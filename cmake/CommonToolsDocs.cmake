@@ -1,4 +1,5 @@
-# The API reference: doxygen over the public headers (docs/Doxyfile), built
+# The API reference: doxygen over the public headers and the guides of docs/
+# (docs/Doxyfile, docs/DoxygenLayout.xml, docs/*.md), built
 # when doxygen is installed, into <build>/docs/html, and installed with the
 # development files. Its warnings go to <build>/docs/warnings.log, which the
 # "docs" test requires to be empty.
@@ -17,8 +18,8 @@ if(COMMONTOOLS_BUILD_DOCS)
     endif()
     set(COMMONTOOLS_DOCS_DIR ${PROJECT_BINARY_DIR}/docs)
     set(COMMONTOOLS_DOCS_WARNINGS ${COMMONTOOLS_DOCS_DIR}/warnings.log)
-    file(GLOB COMMONTOOLS_DOCS_INPUT ${PROJECT_SOURCE_DIR}/include/*.h)
-    # A header added or removed writes the reference again.
+    file(GLOB COMMONTOOLS_DOCS_INPUT ${PROJECT_SOURCE_DIR}/include/*.h ${PROJECT_SOURCE_DIR}/docs/*.md)
+    # A header or guide added or removed writes the reference again.
     string(REPLACE ";" "\n" headers "${COMMONTOOLS_DOCS_INPUT}")
     file(WRITE ${COMMONTOOLS_DOCS_DIR}/headers.list.new "${headers}\n")
     configure_file(${COMMONTOOLS_DOCS_DIR}/headers.list.new ${COMMONTOOLS_DOCS_DIR}/headers.list COPYONLY)
@@ -31,7 +32,8 @@ if(COMMONTOOLS_BUILD_DOCS)
                 COMMONTOOLS_VERSION=${PROJECT_VERSION}
                 COMMONTOOLS_DOCS_WARNINGS=${COMMONTOOLS_DOCS_WARNINGS}
                 ${DOXYGEN_EXECUTABLE} ${PROJECT_SOURCE_DIR}/docs/Doxyfile
-        DEPENDS ${PROJECT_SOURCE_DIR}/docs/Doxyfile ${COMMONTOOLS_DOCS_INPUT} ${COMMONTOOLS_DOCS_DIR}/headers.list
+        DEPENDS ${PROJECT_SOURCE_DIR}/docs/Doxyfile ${PROJECT_SOURCE_DIR}/docs/DoxygenLayout.xml
+                ${COMMONTOOLS_DOCS_INPUT} ${COMMONTOOLS_DOCS_DIR}/headers.list
         COMMENT "Writing the API reference")
     add_custom_target(docs ALL DEPENDS ${COMMONTOOLS_DOCS_DIR}/html/index.html)
     install(DIRECTORY ${COMMONTOOLS_DOCS_DIR}/html

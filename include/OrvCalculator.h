@@ -1,21 +1,29 @@
 /** @file
  * OrvCalculator: a small expression calculator over doubles.
  *
- * Compute() is the entry point: it evaluates a text such as
- * "(1>2)?5:max(6,7)" and reports failure through ok and the text returned by
- * GetCalculatorErro(). The rest of this header is the calculator's
- * machinery, visible for callers that want to look inside:
+ * Compute() is the interface a client uses: it evaluates a text such as
+ * "(1>2)?5:max(6,7)" and reports failure through ok and the text returned
+ * by GetCalculatorErro(). Everything else in this header is the
+ * calculator's machinery, exported for callers that want to look inside
+ * and documented in @ref calculator_internals; a client needs none of it,
+ * so prefer using-declarations (using OrvInterface::Compute;) to a using
+ * directive, which would bring names such as Word, Number, Log, AND and
+ * Plus into the client's scope.
  *
- *  - the tokenizer cuts a normalised text into positioned Words;
- *  - ExpressBuilder checks the words, rewrites minus signs and conditionals
- *    and orders them into reverse-Polish form;
- *  - Compute reduces that form with the math functions of the operator
- *    table, always applying the first operator left in the list.
+ * @par Threads
+ * Compute() may be called from any thread: calls are serialised by the
+ * calculator's mutex. The failure text is one for the whole process: a
+ * failure in another thread may replace it between a Compute() and the
+ * GetCalculatorErro() that follows.
  *
- * The rules are this calculator's own: a larger priority binds more tightly,
- * comparisons bind more tightly than "+", bitwise operators and "%" tightest
- * of all; every operator is left-associative; "**" is a one-operand square
- * root and "^" exclusive or. See GetPriority() for the scale.
+ * @par Rules
+ * The rules are this calculator's own (see @ref compatibility): a larger
+ * priority binds more tightly, comparisons and "=" bind more tightly than
+ * "+", bitwise operators and "%" tightest of all; every operator is
+ * left-associative; "**" is a one-operand square root and "^" exclusive
+ * or; a number in scientific notation needs a sign in its exponent
+ * ("1.5e+3", not "1e3"); "round" always fails. See GetPriority() for the
+ * scale.
  */
 #ifndef ORVCALCULATOR_H
 #define ORVCALCULATOR_H
@@ -29,7 +37,40 @@
 
 namespace OrvInterface {
 
-/* ---- Words and stack objects ------------------------------------------ */
+/** @name Evaluation
+ * The calculator's interface.
+ * @{ */
+
+/** The value of expression (UTF-8, NUL-terminated) with ok true; or 0.0 with
+ * ok false and the reason in GetCalculatorErro(). May be called from any
+ * thread: calls are serialised by the calculator's mutex. */
+COMMONTOOLS_EXPORT double Compute(const char* expression, bool& ok);
+
+/** The message of the last failure of any thread (kept after later
+ * successes), at most 511 bytes and NUL-terminated; empty before any
+ * failure. The text is one for the whole process: read it right after the
+ * failed Compute(), and expect another thread's message when several
+ * threads compute. */
+COMMONTOOLS_EXPORT const char* GetCalculatorErro();
+
+/** @} */
+
+/** @defgroup calculator_internals Calculator internals
+ * The calculator's machinery, exported for callers that want to look
+ * inside; a client needs none of it (see Compute()).
+ *
+ *  - the tokenizer cuts a normalised text into positioned Words;
+ *  - ExpressBuilder checks the words, rewrites minus signs and conditionals
+ *    and orders them into reverse-Polish form;
+ *  - Compute() reduces that form with the math functions of the operator
+ *    table, always applying the first operator left in the list.
+ *
+ * None of these functions is locked: call them only where no Compute() can
+ * run at the same time.
+ * @{ */
+
+/** @name Internals: words and stack objects
+ * @{ */
 
 /** What a Word is. */
 enum WordType : int {
@@ -38,6 +79,19 @@ enum WordType : int {
     Function = 3, ///< a function name of the table
     Group = 4,    ///< "(", ")", "," or ":"
 };
+
+/** Computes result from the operands, first operand first; false when the
+ * arguments are unusable (wrong count, zero divisor). */
+typedef bool (*MathFunction)(const QList<double>& args, double& result);
+
+/** Type() codes of the stack objects. */
+enum StackObjectType : int {
+    OperatorObject = 0, ///< an Operator_
+    OperandObject = 1,  ///< an Operand_
+    GroupObject = 2,    ///< a GroupOperator_
+};
+
+/** @} */
 
 /** One token of a normalised expression, linked to its neighbours. */
 struct COMMONTOOLS_EXPORT Word
@@ -48,17 +102,6 @@ struct COMMONTOOLS_EXPORT Word
     Word* next = nullptr;          ///< the word after, or null
     int position = 0;              ///< index of the first character
     bool funBracket = false;       ///< "(" or ")" of a function's argument list
-};
-
-/** Computes result from the operands, first operand first; false when the
- * arguments are unusable (wrong count, zero divisor). */
-typedef bool (*MathFunction)(const QList<double>& args, double& result);
-
-/** Type() codes of the stack objects. */
-enum StackObjectType : int {
-    OperatorObject = 0,
-    OperandObject = 1,
-    GroupObject = 2,
 };
 
 /** An entry of the builder's stacks and of the reverse-Polish form. */
@@ -168,7 +211,8 @@ private:
     int type = GroupObject;
 };
 
-/* ---- Operator environment ---------------------------------------------- */
+/** @name Internals: the operator table
+ * @{ */
 
 /** The operator table, keyed by symbol; empty until Enviroment() runs. */
 extern COMMONTOOLS_EXPORT QMap<QString, Operator_> g_mapOperators;
@@ -179,95 +223,151 @@ extern COMMONTOOLS_EXPORT QString g_mathFuncPattern;
  * it under the calculator's mutex. */
 COMMONTOOLS_EXPORT void Enviroment();
 /** Priority of a symbol (larger binds more tightly): "+" "-" 0; "*" "/" 1;
- * "**" 2; functions and "?" 4; "&&" "||" 5; "=" "!=" "<>" 6; "negate" and
- * the comparisons 7; "^" "|" "&" "<<" ">>" "~" "%" 8. */
+ * "**" 2; functions, "?" and any other symbol 4; "&&" "||" 5; "=" "!=" "<>"
+ * 6; "negate" and the comparisons 7; "^" "|" "&" "<<" ">>" "~" "%" 8. */
 COMMONTOOLS_EXPORT int GetPriority(QString symbol);
 /** The symbol escaped for use as a literal regular expression. */
 COMMONTOOLS_EXPORT QString GetEscapeString(QString symbol);
-/** Orders operators longest symbol first. */
-///@{
+/** True when a has a longer symbol than b: the order of SortOperatorDesc(). */
 COMMONTOOLS_EXPORT bool sortOperatorDescCondition(const Operator_& a, const Operator_& b);
+/** Orders operators longest symbol first, keeping the order of symbols of
+ * one length. */
 COMMONTOOLS_EXPORT void SortOperatorDesc(QList<Operator_>& ops);
-///@}
 
-/** The math functions, as registered in the table. "round" is registered
- * with Min (so it always fails); Round itself is not registered. */
-///@{
+/** @} */
+
+/** @name Internals: math functions
+ * The functions of the operator table. Each takes its operands first
+ * operand first (a, b, c below), sets result and returns true; it returns
+ * false, leaving result alone, when the number of operands is not its own
+ * or, where it says so, when they are unusable.
+ * @{ */
+
+/** a + b. */
 COMMONTOOLS_EXPORT bool Plus(const QList<double>& args, double& result);
+/** a - b. */
 COMMONTOOLS_EXPORT bool Minus(const QList<double>& args, double& result);
+/** -a: the unary minus ("negate"). */
 COMMONTOOLS_EXPORT bool Negate(const QList<double>& args, double& result);
+/** a * b. */
 COMMONTOOLS_EXPORT bool Mul(const QList<double>& args, double& result);
+/** a / b; false for a divisor of 0. */
 COMMONTOOLS_EXPORT bool Div(const QList<double>& args, double& result);
-///@}
-/** Integer remainder; false for a divisor that truncates to 0. */
+/** The integer remainder of a by b ("%"), both truncated to 32-bit
+ * integers; false for a divisor that truncates to 0. */
 COMMONTOOLS_EXPORT bool Mod(const QList<double>& args, double& result);
-/** The other operators and functions of the table, named after what they
- * compute; each takes its operands first operand first and is false when
- * they are unusable. */
-///@{
+/** b when a is not 0, else c ("?" with ":"). */
 COMMONTOOLS_EXPORT bool Ternary(const QList<double>& args, double& result);
+/** a & b of the operands truncated to 32-bit integers. */
 COMMONTOOLS_EXPORT bool BIT_AND(const QList<double>& args, double& result);
+/** a | b of the operands truncated to 32-bit integers. */
 COMMONTOOLS_EXPORT bool BIT_OR(const QList<double>& args, double& result);
+/** a ^ b of the operands truncated to 32-bit integers: "^" is exclusive or,
+ * not a power. */
 COMMONTOOLS_EXPORT bool BIT_XOR(const QList<double>& args, double& result);
+/** ~a of the operand truncated to a 32-bit integer. */
 COMMONTOOLS_EXPORT bool BIT_NOT(const QList<double>& args, double& result);
+/** a << b on 32-bit integers; only the low 8 bits of b count, and 32 or
+ * more give 0. */
 COMMONTOOLS_EXPORT bool BIT_LEFT(const QList<double>& args, double& result);
+/** a >> b on 32-bit integers, keeping the sign; only the low 8 bits of b
+ * count. */
 COMMONTOOLS_EXPORT bool BIT_RIGHT(const QList<double>& args, double& result);
+/** 1 when a and b are both non-zero, else 0 ("&&"). */
 COMMONTOOLS_EXPORT bool AND(const QList<double>& args, double& result);
+/** 1 when a or b is non-zero, else 0 ("||"). */
 COMMONTOOLS_EXPORT bool OR(const QList<double>& args, double& result);
+/** 1 when a > b, else 0. */
 COMMONTOOLS_EXPORT bool GreaterThan(const QList<double>& args, double& result);
+/** 1 when a >= b, else 0. */
 COMMONTOOLS_EXPORT bool GreaterThanEqual(const QList<double>& args, double& result);
+/** 1 when a < b, else 0. */
 COMMONTOOLS_EXPORT bool LessrThan(const QList<double>& args, double& result);
+/** 1 when a <= b, else 0. */
 COMMONTOOLS_EXPORT bool LessrThanEqual(const QList<double>& args, double& result);
+/** 1 when a equals b, else 0 ("="). */
 COMMONTOOLS_EXPORT bool Equal(const QList<double>& args, double& result);
+/** 1 when a differs from b, else 0 ("!=" and "<>"). */
 COMMONTOOLS_EXPORT bool NotEqual(const QList<double>& args, double& result);
+/** The absolute value of a. */
 COMMONTOOLS_EXPORT bool Abs(const QList<double>& args, double& result);
+/** The larger of a and b. */
 COMMONTOOLS_EXPORT bool Max(const QList<double>& args, double& result);
+/** The smaller of a and b; also registered as "round", where its one
+ * operand makes it fail. */
 COMMONTOOLS_EXPORT bool Min(const QList<double>& args, double& result);
+/** The square root of a ("sqrt" and the one-operand "**"). */
 COMMONTOOLS_EXPORT bool Sqrt(const QList<double>& args, double& result);
+/** a to the power b ("pow"). */
 COMMONTOOLS_EXPORT bool Pow(const QList<double>& args, double& result);
+/** a rounded up. */
 COMMONTOOLS_EXPORT bool Ceil(const QList<double>& args, double& result);
+/** a rounded down. */
 COMMONTOOLS_EXPORT bool Floor(const QList<double>& args, double& result);
+/** a rounded half away from zero; not registered, so "round" does not reach
+ * it. */
 COMMONTOOLS_EXPORT bool Round(const QList<double>& args, double& result);
+/** The sine of a, in radians. */
 COMMONTOOLS_EXPORT bool Sin(const QList<double>& args, double& result);
+/** The cosine of a, in radians. */
 COMMONTOOLS_EXPORT bool Cos(const QList<double>& args, double& result);
+/** The tangent of a, in radians. */
 COMMONTOOLS_EXPORT bool Tan(const QList<double>& args, double& result);
+/** The arc sine of a. */
 COMMONTOOLS_EXPORT bool Asin(const QList<double>& args, double& result);
+/** The arc cosine of a. */
 COMMONTOOLS_EXPORT bool Acos(const QList<double>& args, double& result);
+/** The arc tangent of a. */
 COMMONTOOLS_EXPORT bool Atan(const QList<double>& args, double& result);
+/** ln(a + sqrt(a * a + 1)): the inverse hyperbolic sine. */
 COMMONTOOLS_EXPORT bool Asinh(const QList<double>& args, double& result);
+/** ln(a + sqrt(a * a - 1)): the inverse hyperbolic cosine. */
 COMMONTOOLS_EXPORT bool Acosh(const QList<double>& args, double& result);
+/** 0.5 * ln((a + 1) * (1 - a)): not the inverse hyperbolic tangent, whose
+ * formula divides where this one multiplies. */
 COMMONTOOLS_EXPORT bool Atanh(const QList<double>& args, double& result);
+/** The hyperbolic sine of a. */
 COMMONTOOLS_EXPORT bool Sinh(const QList<double>& args, double& result);
+/** The hyperbolic cosine of a. */
 COMMONTOOLS_EXPORT bool Cosh(const QList<double>& args, double& result);
+/** The hyperbolic tangent of a. */
 COMMONTOOLS_EXPORT bool Tanh(const QList<double>& args, double& result);
+/** e to the power a. */
 COMMONTOOLS_EXPORT bool Exp(const QList<double>& args, double& result);
+/** The natural logarithm of a ("log"). */
 COMMONTOOLS_EXPORT bool Log(const QList<double>& args, double& result);
+/** The base-10 logarithm of a. */
 COMMONTOOLS_EXPORT bool Log10(const QList<double>& args, double& result);
-///@}
 
-/* ---- Tokenizer ----------------------------------------------------------- */
+/** @} */
+
+/** @name Internals: tokenizer
+ * @{ */
 
 /** Appends the words of expr to words, sorted by position. Characters no
  * word covers are left as gaps; nothing is rejected here. Needs the
  * operator table (Enviroment()). */
 COMMONTOOLS_EXPORT void ExpressionToWords(QString expr, QList<Word*>& words);
-/** Inserts a new word at index (clamped at 0); words after it move right. */
+/** Inserts a new word before the word at index (an index below 0 counts as
+ * 0), or appends it when index is at or past the end; the positions of the
+ * words after it grow by the length of text. */
 COMMONTOOLS_EXPORT void InsertWord(QList<Word*>& words, int& index, const QString& text, const WordType& type);
 /** Removes and deletes the word at index; words after it move left. */
 COMMONTOOLS_EXPORT void RemoveWord(QList<Word*>& words, int& index);
-/** Sorts by position and relinks prev/next. */
-///@{
+/** True when a stands before b: the order of SortWords(). */
 COMMONTOOLS_EXPORT bool sortWordCondition(Word* a, Word* b);
+/** Sorts by position and relinks prev/next. */
 COMMONTOOLS_EXPORT void SortWords(QList<Word*>& words);
-///@}
 
-/* ---- Builder ------------------------------------------------------------- */
+/** @} */
 
 /** Turns an expression into its checked reverse-Polish form. */
 class COMMONTOOLS_EXPORT ExpressBuilder
 {
 public:
+    /** An empty builder. */
     ExpressBuilder() = default;
+    /** Deletes what clear() deletes. */
     ~ExpressBuilder();
     ExpressBuilder(const ExpressBuilder&) = delete;
     ExpressBuilder& operator=(const ExpressBuilder&) = delete;
@@ -287,15 +387,7 @@ public:
     QList<Word*> words;           ///< the current expression's words
 };
 
-/* ---- Evaluation ---------------------------------------------------------- */
-
-/** The value of expression (UTF-8, NUL-terminated) with ok true; or 0.0 with
- * ok false and the reason in GetCalculatorErro(). Thread-safe: calls are
- * serialised by the calculator's mutex. */
-COMMONTOOLS_EXPORT double Compute(const char* expression, bool& ok);
-/** The message of the last failure (kept after later successes), at most
- * 511 bytes and NUL-terminated; empty before any failure. */
-COMMONTOOLS_EXPORT const char* GetCalculatorErro();
+/** @} */
 
 } // namespace OrvInterface
 

@@ -1,9 +1,13 @@
 /** @file
- * OrvLogImpl: the process-wide logger object over log4qt.
+ * OrvLogImpl: logging through log4qt, configured once per process.
  *
  * The client starts logging once, from the main thread, with
  * OrvInterface::initLog4qtConfig(path to a log4j properties file); the
- * logging itself is done through log4qt.
+ * logging itself is done through log4qt (or Qt's qDebug() and the like,
+ * where the properties route them). The library's own messages go through
+ * Qt's message handler: qDebug() for the commands it runs, qWarning() for a
+ * settings write it could not make, qCritical() for some point file
+ * failures.
  */
 #ifndef ORVLOGIMPL_H
 #define ORVLOGIMPL_H
@@ -23,12 +27,12 @@ class COMMONTOOLS_EXPORT OrvLog4j : public QObject
     Q_OBJECT
 
 public:
-    /** Points log4qt's configurator at userDataPath() (creating it), then
-     * configures log4qt from configFile. Failures are log4qt's to report. */
-    ///@{
+    /** Creates OrvInterface::userDataPath(), then configures log4qt from configFile
+     * (log4qt's PropertyConfigurator::configure). Failures are log4qt's to
+     * report. */
     explicit OrvLog4j(const QString& configFile);
+    /** Leaves log4qt configured as it is. */
     ~OrvLog4j() override;
-    ///@}
 
     /** Creates the logger in g_instance on the first call; later calls do
      * nothing, whatever configFile they pass. */

@@ -501,6 +501,15 @@ void TestCalculator::insertWord()
     QVERIFY(!words.first()->prev);
     QCOMPARE(words.first()->next, words.at(1));
     deleteWords(words);
+
+    // Into an empty list, a negative index appends too.
+    QList<Word*> empty;
+    int below = -1;
+    InsertWord(empty, below, QStringLiteral("7"), Number);
+    QCOMPARE(below, 0);
+    QCOMPARE(describe(empty), QStringLiteral("7/2/0"));
+    QVERIFY(!empty.first()->prev);
+    deleteWords(empty);
 }
 
 void TestCalculator::removeWord()

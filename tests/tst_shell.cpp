@@ -194,6 +194,9 @@ void TestShell::execCommandOutput_data()
     QTest::newRow("exit status ignored") << QStringLiteral("echo partial; exit 3") << QStringLiteral("partial\n");
     QTest::newRow("unknown command") << QStringLiteral("ctt-no-such-command-here 2>/dev/null") << QString();
     QTest::newRow("UTF-8 output") << QStringLiteral("printf '\\344\\270\\255\\n'") << QStringLiteral("\u4e2d\n");
+    // The header says that such output is not returned whole: the rest of
+    // the line after a NUL byte is lost.
+    QTest::newRow("NUL byte") << QStringLiteral("printf 'a\\000b\\nc\\n'") << QStringLiteral("ac\n");
 }
 
 void TestShell::execCommandOutput()

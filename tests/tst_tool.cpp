@@ -2,6 +2,7 @@
 
 #include "support/childprocess.h"
 #include "support/files.h"
+#include "support/guides.h"
 #include "support/mfa_builder.h"
 #include "support/scenario.h"
 
@@ -18,6 +19,17 @@
 #include <unistd.h>
 
 namespace {
+
+// A data tag as a folder name of letters, digits and "-".
+QString folderName(const char* tag)
+{
+    QString name = QString::fromUtf8(tag);
+    for (QChar& c : name) {
+        if (!c.isLetterOrNumber() || c.unicode() > 127)
+            c = QLatin1Char('-');
+    }
+    return name;
+}
 
 struct Result
 {
@@ -56,6 +68,11 @@ private slots:
     void pointFiles();
     void pointFileConversionInterrupted();
     void pointFileInfo();
+    void mfaNew_data();
+    void mfaNew();
+    void mfaNewMakesTheGuidesExample();
+    void mfaNewRefuses_data();
+    void mfaNewRefuses();
     void settingsCommands();
     void systemCommands();
 
@@ -134,7 +151,7 @@ void TestTool::usage()
 void TestTool::everyCommandHasHelp()
 {
     for (const char* command : {"info", "demo", "calc", "error", "hex", "ip", "mask", "mac", "mfa2txt", "txt2mfa",
-                                "crc32", "mfa-info", "config", "filters", "sysinfo", "disk", "writable"}) {
+                                "crc32", "mfa-info", "mfa-new", "config", "filters", "sysinfo", "disk", "writable"}) {
         const Result result = run({QLatin1String(command), QStringLiteral("--help")});
         QCOMPARE(result.exitCode, 0);
         QVERIFY2(result.out.contains(QStringLiteral("commontools ") + QLatin1String(command)), qPrintable(result.out));
@@ -462,6 +479,167 @@ void TestTool::pointFileInfo()
     QCOMPARE(result.exitCode, 0);
     QVERIFY(result.out.contains(QStringLiteral("(not a point file)")));
     QVERIFY(result.out.contains(QStringLiteral("outside the file")));
+}
+
+void TestTool::mfaNew_data()
+{
+    QTest::addColumn<QString>("descriptor");
+    QTest::addColumn<QStringList>("source"); // a text's lines, or --records N
+    QTest::addColumn<QByteArray>("exported");
+    QTest::addColumn<int>("size");
+
+    QTest::newRow("x/y pairs") << QStringLiteral("Unit:4 Valid:3 Endian:L Meaning:x")
+                               << QStringList{QStringLiteral("text"), QStringLiteral("x=10,y=20\nx=300,y=40\n")}
+                               << QByteArray("x=10,y=20\nx=300,y=40\n") << 264;
+    QTest::newRow("big-endian, last line open") << QStringLiteral("Unit:2 Valid:3 Endian:B")
+                                                << QStringList{QStringLiteral("text"), QStringLiteral("1\n65535\n7")}
+                                                << QByteArray("1\n65535\n7\n") << 262;
+    QTest::newRow("first two of four") << QStringLiteral("Unit:4 Valid:L Endian:B Meaning:y")
+                                       << QStringList{QStringLiteral("text"), QStringLiteral("x=0,y=258\n")}
+                                       << QByteArray("x=0,y=258\n") << 260;
+    QTest::newRow("five zero bytes") << QStringLiteral("Unit:1 Valid:1 Endian:L")
+                                     << QStringList{QStringLiteral("--records"), QStringLiteral("5")}
+                                     << QByteArray("0\n0\n0\n0\n0\n") << 261;
+    QTest::newRow("no records") << QStringLiteral("Unit:4 Valid:3 Endian:L Meaning:x")
+                                << QStringList{QStringLiteral("--records"), QStringLiteral("0")} << QByteArray("") << 256;
+    const QString longDescriptor = QStringLiteral("Unit:2 Valid:3 Endian:L ") + QString(150, QLatin1Char('-'));
+    QTest::newRow("long descriptor") << longDescriptor << QStringList{QStringLiteral("--records"), QStringLiteral("2")}
+                                     << QByteArray("0\n0\n") << 304 + 4; // records at 304, after the descriptor
+}
+
+void TestTool::mfaNew()
+{
+    QFETCH(QString, descriptor);
+    QFETCH(QStringList, source);
+    QFETCH(QByteArray, exported);
+    QFETCH(int, size);
+
+    const QString folder = m_dir.filePath(QStringLiteral("new-") + folderName(QTest::currentDataTag()));
+    QVERIFY(QDir().mkpath(folder));
+    const QString mfa = folder + QStringLiteral("/made.mfa");
+    QStringList arguments{QStringLiteral("mfa-new"), descriptor, mfa};
+    if (source.first() == QLatin1String("text")) {
+        const QString text = folder + QStringLiteral("/records.txt");
+        QVERIFY(TestFiles::writeFile(text, source.at(1).toUtf8()));
+        arguments.append(text);
+    } else {
+        arguments += source;
+    }
+    Result result = run(arguments);
+    QCOMPARE(result.exitCode, 0);
+    QVERIFY2(result.out.startsWith(QStringLiteral("Wrote %1: ").arg(mfa)), qPrintable(result.out));
+    const QByteArray file = TestFiles::readFile(mfa);
+    QCOMPARE(file.size(), size);
+    QCOMPARE(Mfa::getU32(file, 0), Mfa::kMfaMagic);
+    QCOMPARE(Mfa::getU32(file, 12), Mfa::expectedCrc(file));
+    QCOMPARE(file.mid(120, descriptor.size() + 1), descriptor.toLatin1() + '\0');
+
+    result = run({QStringLiteral("mfa-info"), mfa});
+    QCOMPARE(result.exitCode, 0);
+    QVERIFY2(result.out.contains(QStringLiteral("(matches)")), qPrintable(result.out));
+    QVERIFY(!result.out.contains(QStringLiteral("not a point file")));
+    QVERIFY(!result.out.contains(QStringLiteral("beyond the file")));
+    QVERIFY(!result.out.contains(QStringLiteral("not usable")));
+
+    result = run({QStringLiteral("mfa2txt"), mfa});
+    QCOMPARE(result.exitCode, 0);
+    QCOMPARE(result.out, QStringLiteral("Wrote %1/made.txt\n").arg(folder));
+    QCOMPARE(TestFiles::readFile(folder + QStringLiteral("/made.txt")), exported);
+
+    // And back: the file converts both ways.
+    result = run({QStringLiteral("txt2mfa"), mfa});
+    if (!exported.isEmpty()) {
+        QCOMPARE(result.exitCode, 0);
+        QCOMPARE(TestFiles::readFile(mfa), file);
+    }
+}
+
+void TestTool::mfaNewMakesTheGuidesExample()
+{
+    const QString page = Guides::page(QStringLiteral(COMMONTOOLS_SOURCE_DIR), QStringLiteral("pointfile-format.md"));
+    const QRegularExpressionMatch command =
+            QRegularExpression(QStringLiteral("commontools mfa-new \"([^\"]*)\" points.mfa points-in.txt")).match(page);
+    QVERIFY(command.hasMatch());
+    const QByteArray example = Guides::fromHexdump(Guides::exampleBlock(page, QStringLiteral("points.mfa")));
+    QVERIFY(!example.isEmpty());
+
+    const QString folder = m_dir.filePath(QStringLiteral("guide"));
+    QVERIFY(TestFiles::writeFile(folder + QStringLiteral("/points-in.txt"),
+                                 Guides::exampleBlock(page, QStringLiteral("points.txt")).toUtf8()));
+    const Result result = run({QStringLiteral("mfa-new"), command.captured(1), folder + QStringLiteral("/points.mfa"),
+                               folder + QStringLiteral("/points-in.txt")});
+    QCOMPARE(result.exitCode, 0);
+    QCOMPARE(TestFiles::readFile(folder + QStringLiteral("/points.mfa")).toHex(' '), example.toHex(' '));
+}
+
+void TestTool::mfaNewRefuses_data()
+{
+    QTest::addColumn<QStringList>("arguments"); // FILE stands for the new file, TEXT for a text of two lines
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("error");
+
+    const QString layout = QStringLiteral("Unit:4 Valid:3 Endian:L");
+    QTest::newRow("no source") << QStringList{layout, QStringLiteral("FILE")} << 2 << QStringLiteral("either a text file or --records");
+    QTest::newRow("two sources") << QStringList{QStringLiteral("--records"), QStringLiteral("1"), layout, QStringLiteral("FILE"),
+                                                QStringLiteral("TEXT")}
+                                 << 2 << QStringLiteral("either a text file or --records");
+    QTest::newRow("no Endian:") << QStringList{QStringLiteral("Unit:4 Valid:3"), QStringLiteral("FILE"), QStringLiteral("TEXT")}
+                                << 2 << QStringLiteral("is not a descriptor");
+    QTest::newRow("Unit:3") << QStringList{QStringLiteral("Unit:3 Valid:3 Endian:L"), QStringLiteral("FILE"), QStringLiteral("TEXT")}
+                            << 2 << QStringLiteral("has no record layout");
+    QTest::newRow("Unit:4 Valid:1") << QStringList{QStringLiteral("Unit:4 Valid:1 Endian:L"), QStringLiteral("FILE"),
+                                                   QStringLiteral("TEXT")}
+                                    << 2 << QStringLiteral("has no record layout");
+    QTest::newRow("Unit:0") << QStringList{QStringLiteral("Unit:0 Valid:3 Endian:L"), QStringLiteral("FILE"), QStringLiteral("TEXT")}
+                            << 2 << QStringLiteral("has no record layout");
+    QTest::newRow("Format:txt") << QStringList{QStringLiteral("Format:txt Unit:1 Valid:3 Endian:L"), QStringLiteral("FILE"),
+                                               QStringLiteral("TEXT")}
+                                << 2 << QStringLiteral("not Format:txt files");
+    QTest::newRow("not Latin-1") << QStringList{QStringLiteral("Unit:4 Valid:3 Endian:L 深"), QStringLiteral("FILE"),
+                                                QStringLiteral("TEXT")}
+                                 << 2 << QStringLiteral("is not a descriptor");
+    QTest::newRow("negative count") << QStringList{QStringLiteral("--records"), QStringLiteral("-1"), layout, QStringLiteral("FILE")}
+                                    << 2 << QStringLiteral("is not a number of records");
+    QTest::newRow("too many") << QStringList{QStringLiteral("--records"), QStringLiteral("600000000"), layout, QStringLiteral("FILE")}
+                              << 1 << QStringLiteral("too large");
+    QTest::newRow("no .mfa") << QStringList{layout, QStringLiteral("BIN"), QStringLiteral("TEXT")}
+                             << 2 << QStringLiteral("must hold \".mfa\"");
+    QTest::newRow("missing text") << QStringList{layout, QStringLiteral("FILE"), QStringLiteral("MISSING")} << 1
+                                  << QStringLiteral("cannot read");
+    QTest::newRow("empty text") << QStringList{layout, QStringLiteral("FILE"), QStringLiteral("EMPTY")} << 1
+                                << QStringLiteral("is empty");
+    QTest::newRow("existing file") << QStringList{layout, QStringLiteral("EXISTING"), QStringLiteral("TEXT")} << 1
+                                   << QStringLiteral("exists already");
+}
+
+void TestTool::mfaNewRefuses()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(int, exitCode);
+    QFETCH(QString, error);
+
+    const QString folder = m_dir.filePath(QStringLiteral("refused-") + folderName(QTest::currentDataTag()));
+    QVERIFY(QDir().mkpath(folder));
+    const QByteArray existing("not to be replaced");
+    QVERIFY(TestFiles::writeFile(folder + QStringLiteral("/text.txt"), "1\n2\n"));
+    QVERIFY(TestFiles::writeFile(folder + QStringLiteral("/empty.txt"), ""));
+    QVERIFY(TestFiles::writeFile(folder + QStringLiteral("/existing.mfa"), existing));
+    const QMap<QString, QString> files{{QStringLiteral("FILE"), QStringLiteral("/new.mfa")},
+                                       {QStringLiteral("BIN"), QStringLiteral("/new.bin")},
+                                       {QStringLiteral("TEXT"), QStringLiteral("/text.txt")},
+                                       {QStringLiteral("MISSING"), QStringLiteral("/missing.txt")},
+                                       {QStringLiteral("EMPTY"), QStringLiteral("/empty.txt")},
+                                       {QStringLiteral("EXISTING"), QStringLiteral("/existing.mfa")}};
+    for (QString& argument : arguments) {
+        if (files.contains(argument))
+            argument = folder + files.value(argument);
+    }
+    const Result result = run(QStringList{QStringLiteral("mfa-new")} + arguments);
+    QCOMPARE(result.exitCode, exitCode);
+    QVERIFY2(result.err.contains(error), qPrintable(result.err));
+    QVERIFY(!QFileInfo::exists(folder + QStringLiteral("/new.mfa")));
+    QCOMPARE(TestFiles::readFile(folder + QStringLiteral("/existing.mfa")), existing);
+    QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden).size(), 3);
 }
 
 void TestTool::settingsCommands()

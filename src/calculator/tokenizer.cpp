@@ -237,6 +237,9 @@ void InsertWord(QList<Word*>& words, int& index, const QString& text, const Word
     word->text = text;
     word->type = type;
 
+    // Clamped first: an empty list has no word 0 to insert before.
+    if (index < 0)
+        index = 0;
     if (index >= words.size()) {
         int position = 0;
         for (const Word* w : qAsConst(words))
@@ -247,8 +250,6 @@ void InsertWord(QList<Word*>& words, int& index, const QString& text, const Word
         return;
     }
 
-    if (index < 0)
-        index = 0;
     Word* old = words.at(index);
     word->position = old->position;
     word->prev = old->prev;

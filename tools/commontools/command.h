@@ -72,6 +72,7 @@ int runMfaToTxt(const QStringList& arguments);
 int runTxtToMfa(const QStringList& arguments);
 int runCrc32(const QStringList& arguments);
 int runMfaInfo(const QStringList& arguments);
+int runMfaNew(const QStringList& arguments);
 int runConfig(const QStringList& arguments);
 int runFilters(const QStringList& arguments);
 int runSysinfo(const QStringList& arguments);

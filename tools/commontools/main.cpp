@@ -27,6 +27,7 @@ const QList<Command>& commands()
         {"txt2mfa", "Write a point file's text form back into it", runTxtToMfa},
         {"crc32", "Print the point files' checksum of a file", runCrc32},
         {"mfa-info", "Show the header, descriptor and checksum of a point file", runMfaInfo},
+        {"mfa-new", "Make a new point file from a descriptor and a text file", runMfaNew},
         {"config", "Get or set the client's own settings", runConfig},
         {"filters", "Show the device enumeration filters; set them with options", runFilters},
         {"sysinfo", "Show processor, memory, operating system, board code and byte order", runSysinfo},
