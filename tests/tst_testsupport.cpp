@@ -3,6 +3,7 @@
 // signal to a process id below 1.
 
 #include "support/childprocess.h"
+#include "support/files.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -93,7 +94,12 @@ private slots:
     void workingDirectoryAndEnvironment();
     void programThatCannotStart();
     void targetProgramsRunThroughTheEmulator();
+#ifdef COMMONTOOLS_SOURCE_DIR
+    // A check of the source tree, built only where it is.
     void noQProcessInTheProject();
+#endif
+    void locateTakesTheEnvironmentsPath_data();
+    void locateTakesTheEnvironmentsPath();
 };
 
 void TestTestSupport::signalRefusesIdsBelowOne_data()
@@ -268,6 +274,31 @@ void TestTestSupport::targetProgramsRunThroughTheEmulator()
     QCOMPARE(result.out, QByteArray("no\n"));
 }
 
+void TestTestSupport::locateTakesTheEnvironmentsPath_data()
+{
+    QTest::addColumn<bool>("set");
+    QTest::addColumn<QByteArray>("value");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("unset: the build tree's") << false << QByteArray() << QStringLiteral("/build/tree/tool");
+    QTest::newRow("empty: the build tree's") << true << QByteArray() << QStringLiteral("/build/tree/tool");
+    QTest::newRow("set: the named one") << true << QByteArray("/usr/bin/commontools") << QStringLiteral("/usr/bin/commontools");
+}
+
+void TestTestSupport::locateTakesTheEnvironmentsPath()
+{
+    QFETCH(bool, set);
+    QFETCH(QByteArray, value);
+    QFETCH(QString, expected);
+    const char variable[] = "CTT_LOCATED_TOOL";
+    const SavedVariable saved(variable);
+    if (set)
+        qputenv(variable, value);
+    else
+        qunsetenv(variable);
+    QCOMPARE(TestFiles::locate(variable, "/build/tree/tool"), expected);
+}
+
+#ifdef COMMONTOOLS_SOURCE_DIR
 void TestTestSupport::noQProcessInTheProject()
 {
     // Code, not comments: a declaration, a static call or the header.
@@ -296,6 +327,7 @@ void TestTestSupport::noQProcessInTheProject()
     QVERIFY(files > 50);
     QVERIFY2(offenders.isEmpty(), qPrintable(offenders.join(QLatin1Char('\n'))));
 }
+#endif
 
 int main(int argc, char** argv)
 {
