@@ -3,6 +3,9 @@
 #   libcommontools-dev     headers, CMake package, pkg-config file, API
 #                          reference (component Development)
 #   commontools            the command-line tool (component Tool)
+#   commontools-tests      the tests and commontools-selftest (component
+#                          Tests, with COMMONTOOLS_INSTALL_TESTS; what it
+#                          holds is in tests/selftest/CMakeLists.txt)
 #
 # With COMMONTOOLS_DEBIAN_PACKAGE on, the files Debian policy asks for are
 # installed as well: a copyright file and a changelog per package, the
@@ -13,6 +16,11 @@ option(COMMONTOOLS_DEBIAN_PACKAGE "Install the Debian packages' documentation fi
 set(COMMONTOOLS_DEB_RUNTIME libcommontools${PROJECT_VERSION_MAJOR})
 set(COMMONTOOLS_DEB_DEVELOPMENT libcommontools-dev)
 set(COMMONTOOLS_DEB_TOOL commontools)
+set(COMMONTOOLS_DEB_TESTS commontools-tests)
+set(COMMONTOOLS_DEB_COMPONENTS Runtime Development Tool)
+if(COMMONTOOLS_INSTALL_TESTS)
+    list(APPEND COMMONTOOLS_DEB_COMPONENTS Tests)
+endif()
 set(COMMONTOOLS_DEB_MAINTAINER "CommonTools developers <commontools@example.org>")
 set(COMMONTOOLS_DEB_DIR ${PROJECT_SOURCE_DIR}/cmake/debian)
 
@@ -41,7 +49,7 @@ if(COMMONTOOLS_DEBIAN_PACKAGE)
     configure_file(${PROJECT_SOURCE_DIR}/tools/commontools/commontools.1.in ${generated}/commontools.1 @ONLY)
     add_custom_target(debian-files ALL DEPENDS ${compressed})
 
-    foreach(component Runtime Development Tool)
+    foreach(component ${COMMONTOOLS_DEB_COMPONENTS})
         string(TOUPPER ${component} upper)
         set(package ${COMMONTOOLS_DEB_${upper}})
         install(FILES ${COMMONTOOLS_DEB_DIR}/copyright ${generated}/changelog.gz
@@ -63,7 +71,7 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${CMAKE_PROJECT_NAME} built using CMake")
 set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL Runtime Development Tool)
+set(CPACK_COMPONENTS_ALL ${COMMONTOOLS_DEB_COMPONENTS})
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_VERSION ${PROJECT_VERSION})
@@ -115,5 +123,10 @@ set(CPACK_DEBIAN_TOOL_PACKAGE_NAME ${COMMONTOOLS_DEB_TOOL})
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION utils)
 set(CPACK_COMPONENT_TOOL_DEPENDS Runtime)
 set(CPACK_COMPONENT_TOOL_DESCRIPTION "command-line access to the CommonTools library\ncommontools runs the services of CommonTools from a shell: the client's\nidentity, folders and settings, messages for result codes, the calculator,\naddress helpers, point file conversions and facts about the machine.\n.\n${about}")
+
+set(CPACK_DEBIAN_TESTS_PACKAGE_NAME ${COMMONTOOLS_DEB_TESTS})
+set(CPACK_DEBIAN_TESTS_PACKAGE_SECTION misc)
+set(CPACK_COMPONENT_TESTS_DEPENDS Runtime Tool)
+set(CPACK_COMPONENT_TESTS_DESCRIPTION "tests of the CommonTools library, to check a machine with it\ncommontools-selftest runs the tests of CommonTools on the machine it is\ninstalled on, against its kernel, file systems and processor, and sums up\nhow many passed and failed: one command checks a board in the field.\n.\n${about}")
 
 include(CPack)
