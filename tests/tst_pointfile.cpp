@@ -5,7 +5,6 @@
 #include "support/files.h"
 #include "support/messagelog.h"
 #include "support/mfa_builder.h"
-#include "support/sanitizers.h"
 #include "support/scenario.h"
 
 #include <OrvPointFile.h>
@@ -128,7 +127,7 @@ namespace {
 // runs several times slower.
 int killTestRecords()
 {
-    return (kSanitized || !TestProcess::emulatorCommand().isEmpty()) ? (512 << 10) : (4 << 20);
+    return TestProcess::runsSlowly() ? (512 << 10) : (4 << 20);
 }
 
 QByteArray randomRecords(int count, quint32 seed)

@@ -173,7 +173,7 @@ constexpr int kKeysPerWriter = 50;
 // fewer rounds there.
 int rounds()
 {
-    return (kSanitized || !TestProcess::emulatorCommand().isEmpty()) ? 4 : 20;
+    return TestProcess::runsSlowly() ? 4 : 20;
 }
 constexpr int kFillerKeys = 400;
 

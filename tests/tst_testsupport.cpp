@@ -4,6 +4,7 @@
 
 #include "support/childprocess.h"
 #include "support/files.h"
+#include "support/sanitizers.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -98,6 +99,8 @@ private slots:
     // A check of the source tree, built only where it is.
     void noQProcessInTheProject();
 #endif
+    void runsSlowlyUnderEmulation_data();
+    void runsSlowlyUnderEmulation();
     void locateTakesTheEnvironmentsPath_data();
     void locateTakesTheEnvironmentsPath();
 };
@@ -272,6 +275,32 @@ void TestTestSupport::targetProgramsRunThroughTheEmulator()
     result = TestProcess::run(QStringLiteral("sh"), host);
     QVERIFY(result.succeeded());
     QCOMPARE(result.out, QByteArray("no\n"));
+}
+
+void TestTestSupport::runsSlowlyUnderEmulation_data()
+{
+    QTest::addColumn<QByteArray>("emulator");
+    QTest::addColumn<bool>("slow");
+    QTest::addColumn<bool>("expected");
+    QTest::newRow("natively") << QByteArray() << false << false;
+    QTest::newRow("under qemu-user") << QByteArray("/usr/bin/qemu-arm-static") << false << true;
+    QTest::newRow("on an emulated board") << QByteArray() << true << true;
+}
+
+void TestTestSupport::runsSlowlyUnderEmulation()
+{
+    QFETCH(QByteArray, emulator);
+    QFETCH(bool, slow);
+    QFETCH(bool, expected);
+    const SavedVariable savedEmulator("COMMONTOOLS_TEST_EMULATOR");
+    const SavedVariable savedSlow("COMMONTOOLS_TEST_SLOW");
+    qputenv("COMMONTOOLS_TEST_EMULATOR", emulator);
+    if (slow)
+        qputenv("COMMONTOOLS_TEST_SLOW", "1");
+    else
+        qunsetenv("COMMONTOOLS_TEST_SLOW");
+    // A sanitizer slows everything down.
+    QCOMPARE(TestProcess::runsSlowly(), expected || kSanitized);
 }
 
 void TestTestSupport::locateTakesTheEnvironmentsPath_data()
