@@ -213,7 +213,7 @@ struct PointsLog
     int lastGeneration = 0;
     int mfa = 0;         // the last acknowledged version of each file
     int txt = 0;
-    int entries = 0;
+    int conversions = 0; // acknowledged by the library
 };
 
 PointsLog readPointsLog()
@@ -229,7 +229,8 @@ PointsLog readPointsLog()
             log.mfa = log.lastGeneration;
         else
             log.txt = log.lastGeneration;  // the user's edit and the export
-        ++log.entries;
+        if (log.lastEvent != QLatin1String("edit"))
+            ++log.conversions;
     }
     return log;
 }
@@ -437,7 +438,7 @@ int checkPoints()
                         .arg(exists ? QString() : QStringLiteral(", missing"))
                         .arg(log.txt)
                         .arg(txtInFlight));
-    return log.entries;
+    return log.conversions;
 }
 
 int checkUserFiles()
@@ -511,7 +512,7 @@ int check()
     checkLeftovers(true);
 
     logLine(QStringLiteral("checks.log"), QStringLiteral("%1 %2 %3").arg(boot).arg(settings).arg(points));
-    std::printf("check %d: %d acknowledged settings writes, %d point file versions, %d user files: %s\n", boot,
+    std::printf("check %d: %d acknowledged settings writes, %d point file conversions, %d user files: %s\n", boot,
                 settings, points, userFiles, g_failures == 0 ? "all kept" : "FAILED");
     return g_failures == 0 ? 0 : 1;
 }
