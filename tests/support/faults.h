@@ -25,7 +25,8 @@ struct KillTest
     // because the next write removes them (the settings' lock file of a
     // dead writer, say).
     QStringList tolerated;
-    int kills = 50;
+    // Fewer where the tests run slowly (TestProcess::runsSlowly).
+    int kills = TestProcess::runsSlowly() ? 20 : 50;
     quint32 seed = 1;
 };
 
