@@ -412,6 +412,17 @@ int versionOf(const QByteArray& data, bool text, int low, int high)
     return -1;
 }
 
+// What a file that is not an allowed version is: an older version, or
+// something else.
+QString describeVersion(const QByteArray& data, bool exists, bool text, int newest)
+{
+    if (!exists)
+        return QStringLiteral("missing");
+    const int version = versionOf(data, text, 0, newest);
+    return version >= 0 ? QStringLiteral("version %1").arg(version)
+                        : QStringLiteral("%1 bytes of no version").arg(data.size());
+}
+
 int checkPoints()
 {
     const PointsLog log = readPointsLog();
@@ -425,17 +436,15 @@ int checkPoints()
     const QByteArray mfa = readAll(mfaPath(), &exists);
     const int mfaVersionFound = exists ? versionOf(mfa, false, log.mfa, mfaInFlight) : -1;
     if (mfaVersionFound < 0)
-        failure(QStringLiteral("pts.mfa (%1 bytes%2) is neither version %3 nor %4")
-                        .arg(mfa.size())
-                        .arg(exists ? QString() : QStringLiteral(", missing"))
+        failure(QStringLiteral("pts.mfa is %1; acknowledged version %2, being written %3")
+                        .arg(describeVersion(mfa, exists, false, mfaInFlight))
                         .arg(log.mfa)
                         .arg(mfaInFlight));
     const QByteArray txt = readAll(txtPath(), &exists);
     const int txtVersionFound = exists ? versionOf(txt, true, log.txt, txtInFlight) : -1;
     if (txtVersionFound < 0)
-        failure(QStringLiteral("pts.txt (%1 bytes%2) is neither version %3 nor %4")
-                        .arg(txt.size())
-                        .arg(exists ? QString() : QStringLiteral(", missing"))
+        failure(QStringLiteral("pts.txt is %1; acknowledged version %2, being written %3")
+                        .arg(describeVersion(txt, exists, true, txtInFlight))
                         .arg(log.txt)
                         .arg(txtInFlight));
     return log.conversions;

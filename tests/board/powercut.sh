@@ -15,8 +15,13 @@ mkdir -p /opt/ctb-powercut \$state
 mount -o noauto_da_alloc /dev/vdb /opt/ctb-powercut
 if [ -f \$state/app.ini ]; then \$program \$state check || true; else \$program \$state setup; fi
 [ ! -f /run/board/final ] || exit 0
+acknowledged() { cat \$state/settings-*.log \$state/points.log 2>/dev/null | wc -l; }
+before=\$(acknowledged)
 for writer in 1 2 3; do \$program \$state settings \$writer & done
 \$program \$state points &
+# The power may go once they write (within a minute).
+tries=0
+while [ \"\$(acknowledged)\" -le \"\$before\" ] && [ \$tries -lt 600 ]; do tries=\$((tries + 1)); sleep 0.1; done
 touch /run/board/writing
 wait"
 
