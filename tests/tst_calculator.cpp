@@ -2,7 +2,7 @@
 // evaluation.
 
 #include "support/reference_tokenizer.h"
-#include "support/sanitizers.h"
+#include "support/childprocess.h"
 
 #include <OrvCalculator.h>
 
@@ -18,7 +18,10 @@ Q_DECLARE_METATYPE(MathFunction)
 
 namespace {
 
-constexpr int kRandomExpressions = kSanitized ? 5000 : 20000;
+int randomExpressions()
+{
+    return TestProcess::runsSlowly() ? 5000 : 20000;
+}
 
 QString describe(const QList<Word*>& words)
 {
@@ -459,7 +462,7 @@ void TestCalculator::tokenizerMatchesItsPatterns()
 {
     // The hand-made matching cuts every text as the regular expressions do.
     QRandomGenerator random(20261120);
-    for (int i = 0; i < kRandomExpressions; ++i) {
+    for (int i = 0, count = randomExpressions(); i < count; ++i) {
         const QString expression = QString::fromUtf8(randomExpression(random)).remove(QLatin1Char(' '));
         QList<Word*> words;
         ExpressionToWords(expression, words);

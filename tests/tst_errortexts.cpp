@@ -1,6 +1,7 @@
 // Messages for result codes, display codes and hexadecimal text.
 
 #include "support/childprocess.h"
+#include "support/files.h"
 
 #include <OrvFunction.h>
 
@@ -24,7 +25,8 @@ namespace {
 QMap<unsigned int, QString> referenceTable()
 {
     QMap<unsigned int, QString> table;
-    QFile file(QStringLiteral(COMMONTOOLS_TEST_DATA_DIR "/error-messages.tsv"));
+    QFile file(TestFiles::locate("COMMONTOOLS_TEST_DATA_DIR", COMMONTOOLS_TEST_DATA_DIR)
+               + QLatin1String("/error-messages.tsv"));
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
         return table;
     while (!file.atEnd()) {
@@ -42,7 +44,11 @@ QMap<unsigned int, QString> referenceTable()
 
 const QString kOperationFailed = QStringLiteral("Operation failed.");
 
-const char kCatalogue[] = COMMONTOOLS_SOURCE_DIR "/translations/commontools_zh_CN.ts";
+// The Simplified Chinese catalogue of the messages.
+QString cataloguePath()
+{
+    return TestFiles::locate("COMMONTOOLS_TEST_CATALOGUE", COMMONTOOLS_TEST_CATALOGUE);
+}
 
 // A Qt Linguist catalogue, read.
 struct Catalogue
@@ -109,7 +115,11 @@ private slots:
     void hexadecimalString_data();
     void hexadecimalString();
 
+#ifdef COMMONTOOLS_SOURCE_DIR
+    // Checks of the source tree, built only where it is (not into the
+    // installed tests, see tests/CMakeLists.txt).
     void messagesAreTranslated();
+#endif
 
     // The library's own translation.
     void cleanup();
@@ -121,7 +131,9 @@ private slots:
     void otherLanguagesRemoveTheTranslation_data();
     void otherLanguagesRemoveTheTranslation();
     void nothingWithoutAnApplication();
+#ifdef COMMONTOOLS_SOURCE_DIR
     void catalogueIsInSyncWithTheSources();
+#endif
     void catalogueFollowsItsRules();
 };
 
@@ -274,6 +286,7 @@ void TestErrorTexts::hexadecimalString()
     QCOMPARE(toHexadecimalString(low, high, width), expected);
 }
 
+#ifdef COMMONTOOLS_SOURCE_DIR
 // The texts can be extracted by lupdate and are looked up with the QObject
 // context: a translation made from the sources replaces every one of them.
 void TestErrorTexts::messagesAreTranslated()
@@ -343,6 +356,7 @@ void TestErrorTexts::messagesAreTranslated()
     QCOMPARE(GenerateErrorDesc(0), kOperationFailed);
 #endif
 }
+#endif
 
 void TestErrorTexts::cleanup()
 {
@@ -358,7 +372,7 @@ void TestErrorTexts::chineseForEveryCode()
 {
     QFETCH(uint, code);
     QFETCH(QString, message);
-    const Catalogue catalogue = readCatalogue(QLatin1String(kCatalogue));
+    const Catalogue catalogue = readCatalogue(cataloguePath());
     QVERIFY(catalogue.valid);
 
     QVERIFY(installTranslation(QStringLiteral("CH")));
@@ -426,6 +440,7 @@ void TestErrorTexts::nothingWithoutAnApplication()
     QCOMPARE(result.out, QByteArray("installTranslation(CH): false\nLogin failed\n"));
 }
 
+#ifdef COMMONTOOLS_SOURCE_DIR
 void TestErrorTexts::catalogueIsInSyncWithTheSources()
 {
 #if !defined(COMMONTOOLS_LUPDATE)
@@ -435,7 +450,7 @@ void TestErrorTexts::catalogueIsInSyncWithTheSources()
     QTemporaryDir dir;
     QVERIFY(dir.isValid());
     const QString copy = dir.filePath(QStringLiteral("copy.ts"));
-    QVERIFY(QFile::copy(QLatin1String(kCatalogue), copy));
+    QVERIFY(QFile::copy(cataloguePath(), copy));
     TestProcess::Options lupdate;
     lupdate.targetProgram = false;
     lupdate.mergeOutput = true;
@@ -444,7 +459,7 @@ void TestErrorTexts::catalogueIsInSyncWithTheSources()
     const TestProcess::Result updated = TestProcess::run(QStringLiteral(COMMONTOOLS_LUPDATE), lupdate);
     QVERIFY2(updated.succeeded(), updated.out.constData());
 
-    const Catalogue original = readCatalogue(QLatin1String(kCatalogue));
+    const Catalogue original = readCatalogue(cataloguePath());
     const Catalogue refreshed = readCatalogue(copy);
     QVERIFY(original.valid && refreshed.valid);
     // Nothing added, nothing removed, nothing unfinished or obsolete.
@@ -460,10 +475,11 @@ void TestErrorTexts::catalogueIsInSyncWithTheSources()
     QCOMPARE(QSet<QString>(sources.cbegin(), sources.cend()), expected);
 #endif
 }
+#endif
 
 void TestErrorTexts::catalogueFollowsItsRules()
 {
-    const Catalogue catalogue = readCatalogue(QLatin1String(kCatalogue));
+    const Catalogue catalogue = readCatalogue(cataloguePath());
     QVERIFY(catalogue.valid);
     QVERIFY(catalogue.firstComment.startsWith(QStringLiteral("Glossary")));
     QStringList broken;

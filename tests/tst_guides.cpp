@@ -23,7 +23,7 @@ namespace {
 
 QString page(const char* name)
 {
-    return Guides::page(QStringLiteral(COMMONTOOLS_SOURCE_DIR), QLatin1String(name));
+    return Guides::page(QLatin1String(name));
 }
 
 // The rows of the Markdown table whose header line is header, as cells.

@@ -2,7 +2,6 @@
 
 #include "support/faults.h"
 #include "support/scenario.h"
-#include "support/sanitizers.h"
 
 #include <OrvFunction.h>
 
@@ -190,7 +189,7 @@ constexpr int kKeysPerWriter = 50;
 // fewer rounds there.
 int rounds()
 {
-    return (kSanitized || !TestProcess::emulatorCommand().isEmpty()) ? 4 : 20;
+    return TestProcess::runsSlowly() ? 4 : 20;
 }
 constexpr int kFillerKeys = 400;
 
@@ -611,7 +610,7 @@ void TestSettings::killedWriterLeavesOldOrNew()
 {
     Scenario::Run run;
     // Large enough that reading and writing it takes a while.
-    const int keys = kSanitized ? 5000 : 20000;
+    const int keys = TestProcess::runsSlowly() ? 5000 : 20000;
     {
         QDir().mkpath(QFileInfo(run.customConfigPath()).absolutePath());
         QSettings settings(run.customConfigPath(), QSettings::IniFormat);
@@ -639,7 +638,6 @@ void TestSettings::killedWriterLeavesOldOrNew()
     // staging files named after it: the next write removes them.
     test.tolerated = QStringList{QStringLiteral(".commontools-CustomConfig.ini.staging-*")};
     test.kept = QStringList{kLockName};
-    test.kills = 50;
     test.seed = 1300;
     // After each interrupted write the user copies the settings; the next
     // write must leave those copies alone.
@@ -658,7 +656,7 @@ void TestSettings::killedWriterLeavesOldOrNew()
     const Faults::KillReport report = Faults::killDuringWrites(test);
     qInfo("%s", qPrintable(report.summary()));
     QVERIFY2(report.failures.isEmpty(), qPrintable(report.failures.join(QLatin1Char('\n'))));
-    QCOMPARE(report.kills, 50);
+    QCOMPARE(report.kills, test.kills);
     QVERIFY(report.killedDuringWrite >= report.kills / 2);
     for (const QString& name : usersFiles)
         QCOMPARE(TestFiles::readFile(folder + QLatin1Char('/') + name), usersContent + ' ' + name.toUtf8());

@@ -2,7 +2,7 @@
 // the reentrant functions share nothing. Run under ThreadSanitizer by
 // scripts/test.
 
-#include "support/sanitizers.h"
+#include "support/childprocess.h"
 
 #include <OrvCalculator.h>
 #include <OrvFunction.h>
@@ -18,7 +18,10 @@ using namespace OrvInterface;
 
 namespace {
 
-constexpr int kIterations = kSanitized ? 300 : 3000;
+int iterations()
+{
+    return TestProcess::runsSlowly() ? 300 : 3000;
+}
 constexpr int kThreads = 8;
 
 struct Case
@@ -47,7 +50,7 @@ int onManyThreads(Body body)
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t) {
         threads.emplace_back([&failures, &body, t] {
-            for (int i = 0; i < kIterations; ++i) {
+            for (int i = 0, count = iterations(); i < count; ++i) {
                 if (!body(t, i))
                     failures.ref();
             }

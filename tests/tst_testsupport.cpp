@@ -3,6 +3,8 @@
 // signal to a process id below 1.
 
 #include "support/childprocess.h"
+#include "support/files.h"
+#include "support/sanitizers.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -93,7 +95,14 @@ private slots:
     void workingDirectoryAndEnvironment();
     void programThatCannotStart();
     void targetProgramsRunThroughTheEmulator();
+#ifdef COMMONTOOLS_SOURCE_DIR
+    // A check of the source tree, built only where it is.
     void noQProcessInTheProject();
+#endif
+    void runsSlowlyUnderEmulation_data();
+    void runsSlowlyUnderEmulation();
+    void locateTakesTheEnvironmentsPath_data();
+    void locateTakesTheEnvironmentsPath();
 };
 
 void TestTestSupport::signalRefusesIdsBelowOne_data()
@@ -268,6 +277,57 @@ void TestTestSupport::targetProgramsRunThroughTheEmulator()
     QCOMPARE(result.out, QByteArray("no\n"));
 }
 
+void TestTestSupport::runsSlowlyUnderEmulation_data()
+{
+    QTest::addColumn<QByteArray>("emulator");
+    QTest::addColumn<bool>("slow");
+    QTest::addColumn<bool>("expected");
+    QTest::newRow("natively") << QByteArray() << false << false;
+    QTest::newRow("under qemu-user") << QByteArray("/usr/bin/qemu-arm-static") << false << true;
+    QTest::newRow("on an emulated board") << QByteArray() << true << true;
+}
+
+void TestTestSupport::runsSlowlyUnderEmulation()
+{
+    QFETCH(QByteArray, emulator);
+    QFETCH(bool, slow);
+    QFETCH(bool, expected);
+    const SavedVariable savedEmulator("COMMONTOOLS_TEST_EMULATOR");
+    const SavedVariable savedSlow("COMMONTOOLS_TEST_SLOW");
+    qputenv("COMMONTOOLS_TEST_EMULATOR", emulator);
+    if (slow)
+        qputenv("COMMONTOOLS_TEST_SLOW", "1");
+    else
+        qunsetenv("COMMONTOOLS_TEST_SLOW");
+    // A sanitizer slows everything down.
+    QCOMPARE(TestProcess::runsSlowly(), expected || kSanitized);
+}
+
+void TestTestSupport::locateTakesTheEnvironmentsPath_data()
+{
+    QTest::addColumn<bool>("set");
+    QTest::addColumn<QByteArray>("value");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("unset: the build tree's") << false << QByteArray() << QStringLiteral("/build/tree/tool");
+    QTest::newRow("empty: the build tree's") << true << QByteArray() << QStringLiteral("/build/tree/tool");
+    QTest::newRow("set: the named one") << true << QByteArray("/usr/bin/commontools") << QStringLiteral("/usr/bin/commontools");
+}
+
+void TestTestSupport::locateTakesTheEnvironmentsPath()
+{
+    QFETCH(bool, set);
+    QFETCH(QByteArray, value);
+    QFETCH(QString, expected);
+    const char variable[] = "CTT_LOCATED_TOOL";
+    const SavedVariable saved(variable);
+    if (set)
+        qputenv(variable, value);
+    else
+        qunsetenv(variable);
+    QCOMPARE(TestFiles::locate(variable, "/build/tree/tool"), expected);
+}
+
+#ifdef COMMONTOOLS_SOURCE_DIR
 void TestTestSupport::noQProcessInTheProject()
 {
     // Code, not comments: a declaration, a static call or the header.
@@ -296,6 +356,7 @@ void TestTestSupport::noQProcessInTheProject()
     QVERIFY(files > 50);
     QVERIFY2(offenders.isEmpty(), qPrintable(offenders.join(QLatin1Char('\n'))));
 }
+#endif
 
 int main(int argc, char** argv)
 {

@@ -11,6 +11,7 @@
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QSettings>
+#include <QSysInfo>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
@@ -75,6 +76,8 @@ private slots:
     void mfaNewRefuses();
     void settingsCommands();
     void systemCommands();
+    void bench_data();
+    void bench();
 
 private:
     // Runs the tool with the test's own application name.
@@ -84,7 +87,7 @@ private:
         options.arguments = QStringList{QStringLiteral("--ini"), m_appIni} + arguments;
         // Its output in UTF-8, whatever the test's locale.
         options.setEnvironment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
-        const TestProcess::Result run = TestProcess::run(QStringLiteral(COMMONTOOLS_TOOL_PATH), options);
+        const TestProcess::Result run = TestProcess::run(TestFiles::locate("COMMONTOOLS_TEST_TOOL", COMMONTOOLS_TOOL_PATH), options);
         Result result;
         result.exitCode = run.termSignal == 0 && !run.timedOut ? run.exitCode : -1;
         result.out = QString::fromUtf8(run.out);
@@ -556,7 +559,7 @@ void TestTool::mfaNew()
 
 void TestTool::mfaNewMakesTheGuidesExample()
 {
-    const QString page = Guides::page(QStringLiteral(COMMONTOOLS_SOURCE_DIR), QStringLiteral("pointfile-format.md"));
+    const QString page = Guides::page(QStringLiteral("pointfile-format.md"));
     const QRegularExpressionMatch command =
             QRegularExpression(QStringLiteral("commontools mfa-new \"([^\"]*)\" points.mfa points-in.txt")).match(page);
     QVERIFY(command.hasMatch());
@@ -705,6 +708,41 @@ void TestTool::systemCommands()
     QVERIFY(!QFileInfo::exists(m_dir.filePath(QStringLiteral("Permission.Test"))));
     result = run({QStringLiteral("writable"), m_dir.filePath(QStringLiteral("missing"))});
     QCOMPARE(result.exitCode, 1);
+}
+
+void TestTool::bench_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("err");
+    QTest::newRow("measured briefly") << QStringList{QStringLiteral("--seconds"), QStringLiteral("0.02")} << 0 << QString();
+    QTest::newRow("no seconds") << QStringList{QStringLiteral("--seconds"), QStringLiteral("0")} << 2
+                                << QStringLiteral("commontools: --seconds takes a number of seconds up to 600\n");
+    QTest::newRow("not a number") << QStringList{QStringLiteral("--seconds"), QStringLiteral("x")} << 2
+                                  << QStringLiteral("commontools: --seconds takes a number of seconds up to 600\n");
+    QTest::newRow("an argument") << QStringList{QStringLiteral("crc")} << 2
+                                 << QStringLiteral("commontools: bench takes no arguments\n");
+}
+
+void TestTool::bench()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(int, exitCode);
+    QFETCH(QString, err);
+    const Result result = run(QStringList{QStringLiteral("bench")} + arguments);
+    QCOMPARE(result.err, err);
+    QCOMPARE(result.exitCode, exitCode);
+    if (exitCode != 0)
+        return;
+    // Every measurement, each a positive rate, from the processor named.
+    QVERIFY2(result.out.startsWith(QStringLiteral("Machine: %1, ").arg(QSysInfo::currentCpuArchitecture())),
+             qPrintable(result.out));
+    for (const char* what : {"checksum, 64 MiB from memory", "checksum, 256 KiB in the cache"})
+        QVERIFY2(result.out.contains(QRegularExpression(QStringLiteral("  %1 +[0-9]*[1-9][0-9]*\\.[0-9] MB/s\n").arg(QLatin1String(what)))),
+                 qPrintable(result.out));
+    for (const char* what : {"point file to text, 1M records", "text to point file, 1M records"})
+        QVERIFY2(result.out.contains(QRegularExpression(QStringLiteral("  %1 +[0-9]*[1-9][0-9]*\\.[0-9] records/s\n").arg(QLatin1String(what)))),
+                 qPrintable(result.out));
 }
 
 QTEST_GUILESS_MAIN(TestTool)

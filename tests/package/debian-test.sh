@@ -13,7 +13,9 @@
 #     they work and go again (tests/package/debian-install.sh);
 #   - armhf and arm64: apt resolves the packages and their dependencies from
 #     the suite and the repository (a root of the suite with them unpacked,
-#     made with mmdebstrap), and the tool runs from there under qemu-user.
+#     made with mmdebstrap). Debian 12's run on the emulated boards
+#     (scripts/board); Debian 13's tool runs from such a root under
+#     qemu-user, where the recommended font must have come along.
 #
 # Runs as root (mounts, chroot).
 # Usage: debian-test.sh [--suite bookworm|trixie] [PACKAGE_DIR [ARCH...]]
@@ -102,7 +104,8 @@ test_fields() {
         lib=$(deb libcommontools1 "$arch")
         dev=$(deb libcommontools-dev "$arch")
         tool=$(deb commontools "$arch")
-        for file in "$lib" "$dev" "$tool" "$(deb libcommontools1-dbgsym "$arch")" "$(deb commontools-dbgsym "$arch")"; do
+        tests=$(deb commontools-tests "$arch")
+        for file in "$lib" "$dev" "$tool" "$tests" "$(deb libcommontools1-dbgsym "$arch")" "$(deb commontools-dbgsym "$arch")"; do
             [ "$(dpkg-deb -f "$file" Version)" = "$version" ] || fail "$file: wrong Version"
             [ "$(dpkg-deb -f "$file" Architecture)" = "$arch" ] || fail "$file: wrong Architecture"
         done
@@ -113,6 +116,13 @@ test_fields() {
         echo "$depends" | grep -q "\\b$(qt_core "$suite") (" || fail "$lib: Depends lacks $(qt_core "$suite"): $depends"
         dpkg-deb -f "$dev" Depends | grep -q "^libcommontools1 (= $version)" || fail "$dev: wrong Depends"
         dpkg-deb -f "$tool" Depends | grep -q "libcommontools1 (>= " || fail "$tool: does not depend on libcommontools1"
+        dpkg-deb -f "$tests" Depends | grep -q "^commontools (= $version)" || fail "$tests: does not depend on commontools (= $version)"
+        listing=$(dpkg-deb -c "$tests")
+        for path in /usr/bin/commontools-selftest /usr/libexec/commontools-tests/tst_settings \
+            /usr/libexec/commontools-tests/commontools-powercut /usr/share/commontools-tests/error-messages.tsv \
+            /usr/share/commontools-tests/guides/pointfile-format.md /usr/share/commontools-tests/corpus/mfa_to_txt/seed-000; do
+            echo "$listing" | grep -q "\.$path\$" || fail "$tests: no $path"
+        done
         echo "   $arch: libcommontools1 Depends: $depends"
     done
     doc=$(deb libcommontools-doc all)
@@ -128,12 +138,15 @@ test_amd64() {
 
 test_foreign() {
     arch=$1
-    echo "== $suite: $arch resolved by apt and run under qemu-user"
+    echo "== $suite: $arch resolved by apt"
     unpacked=$scratch/$suite-$arch
-    # apt as on a board of the suite, Recommends included: first all four
-    # packages (resolved only), then the library and the tool with what
-    # they need (unpacked, to run).
-    for include in libcommontools1,libcommontools-dev,commontools,libcommontools-doc libcommontools1,commontools; do
+    # apt as on a board of the suite, Recommends included: all the packages,
+    # resolved only; for Debian 13 then the library and the tool with what
+    # they need, unpacked to run them (Debian 12's run on the emulated
+    # boards, scripts/board).
+    includes=libcommontools1,libcommontools-dev,commontools,libcommontools-doc,commontools-tests
+    [ "$suite" = bookworm ] || includes="$includes libcommontools1,commontools"
+    for include in $includes; do
         simulate=--simulate
         [ "$include" = libcommontools1,commontools ] && simulate=""
         # shellcheck disable=SC2086
@@ -143,11 +156,15 @@ test_foreign() {
                 >"$scratch/$arch.log" 2>&1 || { cat "$scratch/$arch.log"; fail "$suite $arch: apt cannot install $include"; }
         [ -z "$simulate" ] || rm -rf "$unpacked"
     done
+    if [ "$suite" = bookworm ]; then
+        echo "   the packages resolved"
+        return
+    fi
+    [ -d "$unpacked/usr/share/fonts/truetype/wqy" ] || fail "$suite $arch: the recommended font was not installed"
     # qemu-user would see these folders of the root instead of the machine's.
     for folder in dev proc sys run tmp; do
         rm -rf "${unpacked:?}/$folder"
     done
-    [ -d "$unpacked/usr/share/fonts/truetype/wqy" ] || fail "$suite $arch: the recommended font was not installed"
     multiarch=$(dpkg-architecture -a "$arch" -qDEB_HOST_MULTIARCH 2>/dev/null)
     qemu=/usr/bin/qemu-$(dpkg-architecture -a "$arch" -qDEB_HOST_GNU_CPU 2>/dev/null)-static
     # An application name of the test's own: its /opt folder is removed on exit.
@@ -161,7 +178,7 @@ test_foreign() {
     [ "$(run --language CH error 0x90006607)" = "(错误码 : 0x90006607) 登录失败" ] || fail "commontools error in Chinese"
     run demo >"$scratch/demo-$arch.log" 2>&1 || { cat "$scratch/demo-$arch.log"; fail "commontools demo under qemu"; }
     grep -q "(Error Code : 0x90006607) Login failed" "$scratch/demo-$arch.log" || fail "the demo did not show the messages"
-    echo "   the four packages resolved; hex, calc, error and demo ran"
+    echo "   the packages resolved; hex, calc, error and demo ran"
     rm -rf "$unpacked"
 }
 

@@ -1,4 +1,5 @@
 #include "childprocess.h"
+#include "sanitizers.h"
 
 #include <QDeadlineTimer>
 #include <QDir>
@@ -84,6 +85,11 @@ bool signalProcess(pid_t pid, int signal)
 QStringList emulatorCommand()
 {
     return qEnvironmentVariable(kEmulatorVariable).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+bool runsSlowly()
+{
+    return kSanitized || !emulatorCommand().isEmpty() || qEnvironmentVariableIsSet("COMMONTOOLS_TEST_SLOW");
 }
 
 Child::~Child()

@@ -33,6 +33,12 @@ bool signalProcess(pid_t pid, int signal);
 // COMMONTOOLS_TEST_EMULATOR; empty when the tests run natively.
 QStringList emulatorCommand();
 
+// Whether the tests run several times slower than the machine's own code
+// would: under a sanitizer, under the emulator, or where
+// COMMONTOOLS_TEST_SLOW is set (an emulated board, see scripts/board).
+// Long loops do less there.
+bool runsSlowly();
+
 struct Options
 {
     QStringList arguments;

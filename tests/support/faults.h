@@ -30,7 +30,8 @@ struct KillTest
     // Names (wildcard patterns) of files the writer makes and keeps for
     // good (a lock file, say): neither a leftover nor a failure.
     QStringList kept;
-    int kills = 50;
+    // Fewer where the tests run slowly (TestProcess::runsSlowly).
+    int kills = TestProcess::runsSlowly() ? 20 : 50;
     quint32 seed = 1;
     // Called after each kill and its checks, before the next writer starts
     // (a user copying the file, say); what it returns that is not empty is

@@ -26,6 +26,12 @@ QByteArray readFile(const QString& path)
     return data;
 }
 
+QString locate(const char* variable, const char* buildTreePath)
+{
+    const QString named = qEnvironmentVariable(variable);
+    return named.isEmpty() ? QString::fromLocal8Bit(buildTreePath) : named;
+}
+
 QString fileText(const QString& path)
 {
     return QString::fromUtf8(readFile(path));

@@ -20,6 +20,11 @@ QString fileText(const QString& path);
 // a null string when there is none.
 QString iniLine(const QString& path, const QString& key);
 
+// What the tests find at a known place of the build tree (the tool, their
+// data): buildTreePath, unless the environment variable names another
+// path. commontools-selftest names the installed ones.
+QString locate(const char* variable, const char* buildTreePath);
+
 } // namespace TestFiles
 
 #endif

@@ -7,9 +7,9 @@
 
 namespace Guides {
 
-QString page(const QString& sourceDir, const QString& name)
+QString page(const QString& name)
 {
-    return TestFiles::fileText(sourceDir + QStringLiteral("/docs/") + name);
+    return TestFiles::fileText(TestFiles::locate("COMMONTOOLS_TEST_GUIDES", COMMONTOOLS_GUIDES_DIR) + QLatin1Char('/') + name);
 }
 
 QString exampleBlock(const QString& page, const QString& name)

@@ -8,8 +8,9 @@
 
 namespace Guides {
 
-// The text of docs/<name> in the source tree at sourceDir.
-QString page(const QString& sourceDir, const QString& name);
+// The text of the guide docs/<name>: in the source tree, or where
+// $COMMONTOOLS_TEST_GUIDES says (the installed tests' copy).
+QString page(const QString& name);
 
 // The text of the fenced block that follows the line
 // "<!-- example: name -->" in a page, with its last line end; a null

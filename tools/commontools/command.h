@@ -78,6 +78,7 @@ int runFilters(const QStringList& arguments);
 int runSysinfo(const QStringList& arguments);
 int runDisk(const QStringList& arguments);
 int runWritable(const QStringList& arguments);
+int runBench(const QStringList& arguments);
 
 void demoIdentity();
 void demoSettings();

@@ -33,6 +33,7 @@ const QList<Command>& commands()
         {"sysinfo", "Show processor, memory, operating system, board code and byte order", runSysinfo},
         {"disk", "Tell whether a volume has fewer bytes available than needed", runDisk},
         {"writable", "Tell whether a file can be created in a folder", runWritable},
+        {"bench", "Measure the checksum and the point file conversions on this machine", runBench},
     };
     return table;
 }
