@@ -48,11 +48,15 @@ constexpr quint32 kMagic = 0x5A5AAA55u;
 
 // The bytes of text that a worker formats or parses at a time. With at most
 // kMaxThreads + 2 blocks in flight, it bounds what a conversion holds in
-// memory (a few MiB), whatever the size of the files.
-constexpr qint64 kBlockSize = 256 << 10;
+// memory (a few MiB, at most 50 MiB with eight workers and text of empty
+// lines), whatever the size of the files; smaller blocks cost more in
+// handing them over than they save.
+constexpr qint64 kBlockSize = 1 << 20;
 constexpr int kMaxThreads = 8;
-// Export: the records of a block, whose lines fill at most kBlockSize.
-constexpr qint64 kRecordsPerBlock = kBlockSize / PointFile::kMaxLineLength;
+// A smaller file is cut into this many blocks at least (blocks of at least
+// kMinBlockSize), so that its progress is reported about once per percent.
+constexpr qint64 kMinBlocks = 128;
+constexpr qint64 kMinBlockSize = 16 << 10;
 // Import: the records of a block take at most this many bytes per byte of
 // text (a line of one byte, "\n", gives a record of up to four).
 constexpr qint64 kMaxEncodedUnit = 4;
@@ -75,6 +79,12 @@ void logCritical(const char* text)
 QString textPath(const QString& mfaPath)
 {
     return mfaPath.split(QStringLiteral(".mfa"), Qt::KeepEmptyParts, Qt::CaseSensitive).first() + QStringLiteral(".txt");
+}
+
+// The block size for bytes of text in all.
+qint64 blockSizeFor(qint64 bytes)
+{
+    return std::clamp(bytes / kMinBlocks, kMinBlockSize, kBlockSize);
 }
 
 int threadsFor(qint64 blocks)
@@ -461,13 +471,19 @@ bool ExportPass::copyRaw(const Span& payload, ProgressReport* progress)
 bool ExportPass::formatRecords(const Span& payload, const Layout& layout, ProgressReport* progress)
 {
     const PointFile::RecordFormatter formatter(layout);
-    const qint64 blockBytes = kRecordsPerBlock * layout.unit;
-    const int threads = m_file.concurrent() ? threadsFor((payload.size() + blockBytes - 1) / blockBytes) : 0;
+    // The lines of a block's records fill at most a block.
+    const qint64 recordsPerBlock = blockSizeFor(payload.size() / layout.unit * PointFile::kMaxLineLength) / PointFile::kMaxLineLength;
+    const qint64 blockBytes = recordsPerBlock * layout.unit;
+    // Writing the text keeps the caller's thread about as busy as a worker:
+    // one worker fewer than the processors.
+    int threads = m_file.concurrent() ? threadsFor((payload.size() + blockBytes - 1) / blockBytes) : 0;
+    if (threads > 1)
+        --threads;
     Source& file = m_file;
     PointFile::BlockPipeline<ExportBlock> pipeline(threads, depthFor(threads), [&](ExportBlock& block) {
         if (!block.records) {
             block.records.reset(new uchar[size_t(blockBytes)]);
-            block.text.reset(new char[size_t(kRecordsPerBlock * PointFile::kMaxLineLength + PointFile::kNumberSlack)]);
+            block.text.reset(new char[size_t(recordsPerBlock * PointFile::kMaxLineLength + PointFile::kNumberSlack)]);
         }
         block.read = file.read(block.offset, reinterpret_cast<char*>(block.records.get()), block.recordBytes);
         if (block.read) {
@@ -623,12 +639,14 @@ struct ImportBlock
 class ChunkParser
 {
 public:
-    ChunkParser(Source& text, const PointFile::LineParser& parser, unsigned int meaning)
+    ChunkParser(Source& text, const PointFile::LineParser& parser, unsigned int meaning, qint64 chunkSize)
         : m_text(text)
         , m_parser(parser)
         , m_meaning(meaning)
+        , m_chunkSize(chunkSize)
     {
     }
+    qint64 chunkSize() const { return m_chunkSize; }
 
     void parse(ImportBlock& block) const;
 
@@ -638,6 +656,7 @@ private:
     Source& m_text;
     const PointFile::LineParser& m_parser;
     unsigned int m_meaning;
+    qint64 m_chunkSize;
 };
 
 // A piece of the text after a chunk, for the line that crosses its end.
@@ -646,9 +665,9 @@ constexpr qint64 kLookAhead = 4 << 10;
 void ChunkParser::parse(ImportBlock& block) const
 {
     if (!block.text) {
-        block.text.reset(new char[size_t(kBlockSize + 1)]);
+        block.text.reset(new char[size_t(m_chunkSize + 1)]);
         if (m_parser.encodesValues())
-            block.records.reset(new uchar[size_t((kBlockSize + 1) * kMaxEncodedUnit)]);
+            block.records.reset(new uchar[size_t((m_chunkSize + 1) * kMaxEncodedUnit)]);
     }
     block.lines = 0;
     // With the byte before the chunk: whether a line starts right at it.
@@ -851,9 +870,9 @@ ImportPass::Outcome ImportPass::run()
     if (m_cancelled)
         return Outcome::Cancelled;
 
-    const ChunkParser chunks(m_text, m_parser, m_layout.meaning);
     const qint64 size = m_text.size();
-    const int threads = m_text.concurrent() ? threadsFor((size + kBlockSize - 1) / kBlockSize) : 0;
+    const ChunkParser chunks(m_text, m_parser, m_layout.meaning, blockSizeFor(size));
+    const int threads = m_text.concurrent() ? threadsFor((size + chunks.chunkSize() - 1) / chunks.chunkSize()) : 0;
     PointFile::BlockPipeline<ImportBlock> pipeline(threads, depthFor(threads),
                                                    [&chunks](ImportBlock& block) { chunks.parse(block); });
 
@@ -874,7 +893,7 @@ ImportPass::Outcome ImportPass::run()
         }
         ImportBlock& block = pipeline.next();
         block.begin = offset;
-        block.end = std::min(offset + kBlockSize, size);
+        block.end = std::min(offset + chunks.chunkSize(), size);
         pipeline.submit();
         offset = block.end;
     }

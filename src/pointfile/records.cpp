@@ -406,23 +406,27 @@ Q_ALWAYS_INLINE bool quickValue(const char*& p, const char* end, quint32* value)
     return true;
 }
 
-// Byte i of a record holding value: a constant choice per layout.
+// The bytes of a record holding value, as one little-endian word: each a
+// byte of the value or 0xFF, a constant choice per layout (the usual ones
+// come to one store).
 template <int RowIndex, int Byte>
-Q_ALWAYS_INLINE void encodeByte(quint32 value, uchar* out)
+Q_ALWAYS_INLINE quint32 encodedByte(quint32 value)
 {
-    if constexpr (Byte < kEncodeRows[RowIndex].unit) {
-        constexpr int source = kEncodeRows[RowIndex].valueByte[Byte];
-        out[Byte] = source == kNone ? 0xFFu : uchar(value >> (8 * source));
-    }
+    constexpr int source = kEncodeRows[RowIndex].valueByte[Byte];
+    if constexpr (Byte >= kEncodeRows[RowIndex].unit)
+        return 0;
+    else if constexpr (source == kNone)
+        return 0xFFu << (8 * Byte);
+    else
+        return ((value >> (8 * source)) & 0xFFu) << (8 * Byte);
 }
 
 template <int RowIndex>
 Q_ALWAYS_INLINE void encodeRecord(quint32 value, uchar* out)
 {
-    encodeByte<RowIndex, 0>(value, out);
-    encodeByte<RowIndex, 1>(value, out);
-    encodeByte<RowIndex, 2>(value, out);
-    encodeByte<RowIndex, 3>(value, out);
+    const quint32 word = qToLittleEndian(encodedByte<RowIndex, 0>(value) | encodedByte<RowIndex, 1>(value)
+                                         | encodedByte<RowIndex, 2>(value) | encodedByte<RowIndex, 3>(value));
+    std::memcpy(out, &word, size_t(kEncodeRows[RowIndex].unit));
 }
 
 Q_ALWAYS_INLINE quint64 loadWord(const char* p)
@@ -505,11 +509,47 @@ Q_ALWAYS_INLINE bool knownLineValue(const char* p, const char* lineEnd, const ch
 
 constexpr int kLineBatch = 64;
 
+// A line of one to ten digits and "\n" at p, with 16 bytes readable there:
+// p then stands after it. The digits end where the first non-digit is, so
+// that the line end needs no search of its own.
+Q_ALWAYS_INLINE bool plainLine(const char*& p, quint32* value)
+{
+    const quint64 first = loadWord(p) ^ kAsciiZeros;
+    const quint64 firstOthers = nonDigits(first);
+    if (firstOthers) {
+        const int count = __builtin_ctzll(firstOthers) / 8;
+        if (count == 0 || p[count] != '\n')
+            return false;
+        *value = eightDigitsValue(first << (8 * (8 - count)));
+        p += count + 1;
+        return true;
+    }
+    const quint64 more = loadWord(p + 8) ^ kAsciiZeros;
+    const quint64 moreOthers = nonDigits(more);
+    const int extra = moreOthers ? __builtin_ctzll(moreOthers) / 8 : 8;
+    if (extra > 2 || p[8 + extra] != '\n')
+        return false;
+    const quint64 tail = extra == 2 ? (more & 0xFF) * 10 + ((more >> 8) & 0xFF) : extra == 1 ? (more & 0xFF) : 0;
+    const quint64 v = quint64(eightDigitsValue(first)) * kPowersOfTen[extra] + tail;
+    *value = v <= 0xFFFFFFFFu ? quint32(v) : 0;
+    p += 9 + extra;
+    return true;
+}
+
 template <int RowIndex, int Meaning>
 qint64 parseLines(const char* p, const char* end, unsigned int, uchar* out)
 {
     constexpr int unit = kEncodeRows[RowIndex].unit;
     qint64 lines = 0;
+    if (Meaning == 0) {
+        // The usual lines one after the other, while 16 bytes are left.
+        quint32 value = 0;
+        while (end - p >= 16 && plainLine(p, &value)) {
+            encodeRecord<RowIndex>(value, out);
+            out += unit;
+            ++lines;
+        }
+    }
     const char* found[kLineBatch + 8];
     while (p < end) {
         // The ends of the next lines first, eight bytes at a time.
