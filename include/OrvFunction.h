@@ -150,7 +150,8 @@ COMMONTOOLS_EXPORT QString softwareVersion();
 /** @name The client's settings and features
  * The client's own values in CustomConfig.ini and the read-only entries of
  * app.ini. Text is stored by the settings convention
- * (@ref settings_convention): only ASCII comes back as it was written.
+ * (@ref settings_convention): only ASCII comes back as it was written, but
+ * for the values written by setCustomConfigUtf8().
  * @{ */
 
 /** Stores value under key in CustomConfig.ini, creating the file when
@@ -164,6 +165,21 @@ COMMONTOOLS_EXPORT void setCustomConfig(const QString& key, const QString& value
  * as UTF-8 up to its first NUL; empty when the file or the key is
  * missing. */
 COMMONTOOLS_EXPORT QString getCustomConfig(const QString& key);
+
+/** Stores value under key in CustomConfig.ini as Base64 of its UTF-8 bytes,
+ * creating the file when missing, so that any text comes back whole:
+ * "深色 dark" is read back as "深色 dark" by getCustomConfigUtf8() and by
+ * getCustomConfig() alike (which read every value as UTF-8). Use it for
+ * text a user types; setCustomConfig() stays for values that readers of
+ * older releases must find as they always did (they decode these too).
+ * @since 1.1 */
+COMMONTOOLS_EXPORT void setCustomConfigUtf8(const QString& key, const QString& value);
+
+/** The value stored under key in CustomConfig.ini, Base64-decoded and read
+ * as UTF-8 up to its first NUL, as getCustomConfig() reads it, but a null
+ * string when the file or the key is missing, so that an absent key and an
+ * empty value can be told apart. @since 1.1 */
+COMMONTOOLS_EXPORT QString getCustomConfigUtf8(const QString& key);
 
 /** An entry of app.ini (plain UTF-8 text) when that file exists, else of
  * readonlyCfg/CommonTools.ini in the folder of the executable (Base64);

@@ -31,6 +31,18 @@ COMMONTOOLS_SCENARIO(setCustomConfig)
     Scenario::report(QStringLiteral("absent"), getCustomConfig(QStringLiteral("NoSuchKey")));
 }
 
+COMMONTOOLS_SCENARIO(setCustomConfigUtf8)
+{
+    const QString key = qEnvironmentVariable("CTT_KEY");
+    Scenario::report(QStringLiteral("beforeIsNull"), getCustomConfigUtf8(key).isNull());
+    setCustomConfigUtf8(key, qEnvironmentVariable("CTT_VALUE"));
+    const QString after = getCustomConfigUtf8(key);
+    Scenario::report(QStringLiteral("after"), after);
+    Scenario::report(QStringLiteral("afterIsNull"), after.isNull());
+    Scenario::report(QStringLiteral("afterByOldReader"), getCustomConfig(key));
+    Scenario::report(QStringLiteral("absentIsNull"), getCustomConfigUtf8(QStringLiteral("NoSuchKey")).isNull());
+}
+
 COMMONTOOLS_SCENARIO(getCustomConfig)
 {
     const QString value = getCustomConfig(qEnvironmentVariable("CTT_KEY"));
@@ -53,6 +65,8 @@ private slots:
     void customConfig_data();
     void customConfig();
     void customConfigGroup();
+    void customConfigUtf8_data();
+    void customConfigUtf8();
     void getCustomConfigWithoutFile();
 
     void configInforFromAppIni();
@@ -161,6 +175,45 @@ void TestFeatures::customConfigGroup()
     QCOMPARE(run.value("after"), QStringLiteral("light"));
     const QString text = TestFiles::fileText(run.customConfigPath());
     QVERIFY2(text.contains(QStringLiteral("[Display]\nTheme=\"@ByteArray(bGlnaHQ=)\"")), qPrintable(text));
+}
+
+void TestFeatures::customConfigUtf8_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QString>("value");
+    QTest::addColumn<QString>("line");
+
+    QTest::newRow("Chinese") << QStringLiteral("Theme") << QStringLiteral("深色 dark")
+                             << QStringLiteral("Theme=\"@ByteArray(5rex6ImyIGRhcms=)\"");
+    QTest::newRow("accents") << QStringLiteral("Camera") << QStringLiteral("Kamera Süd")
+                             << QStringLiteral("Camera=\"@ByteArray(S2FtZXJhIFPDvGQ=)\"");
+    QTest::newRow("ASCII, as setCustomConfig writes it") << QStringLiteral("Theme") << QStringLiteral("dark")
+                                                         << QStringLiteral("Theme=\"@ByteArray(ZGFyaw==)\"");
+    QTest::newRow("empty value") << QStringLiteral("Empty") << QString() << QStringLiteral("Empty=@ByteArray()");
+    QTest::newRow("in a group") << QStringLiteral("Display/Name") << QStringLiteral("显示")
+                                << QString();
+}
+
+// Any text comes back whole, by both readers; an absent key reads as null,
+// an empty value as empty.
+void TestFeatures::customConfigUtf8()
+{
+    QFETCH(QString, key);
+    QFETCH(QString, value);
+    QFETCH(QString, line);
+
+    Scenario::Options options;
+    options.environment.insert(QStringLiteral("CTT_KEY"), key);
+    options.environment.insert(QStringLiteral("CTT_VALUE"), value);
+    Scenario::Run run(options);
+    COMMONTOOLS_RUN_SCENARIO(run, "setCustomConfigUtf8");
+    QCOMPARE(run.value("beforeIsNull"), QStringLiteral("true"));
+    QCOMPARE(run.value("after"), value);
+    QCOMPARE(run.value("afterIsNull"), QStringLiteral("false"));
+    QCOMPARE(run.value("afterByOldReader"), value);
+    QCOMPARE(run.value("absentIsNull"), QStringLiteral("true"));
+    if (!line.isNull())
+        QCOMPARE(TestFiles::iniLine(run.customConfigPath(), key), line);
 }
 
 void TestFeatures::getCustomConfigWithoutFile()

@@ -118,12 +118,16 @@ COMMONTOOLS_SCENARIO(settingRoundTrip)
     const QString value = QString::fromUtf8(utf8.constData(), utf8.size()); // NUL included
     if (qEnvironmentVariable("CTT_HOW") == QLatin1String("utf8-as-latin1"))
         writeSetting(key, QString::fromLatin1(value.toUtf8()));
+    else if (qEnvironmentVariable("CTT_HOW") == QLatin1String("utf8-setter"))
+        OrvInterface::setCustomConfigUtf8(key, value);
     else if (qEnvironmentVariable("CTT_HOW") == QLatin1String("filter-list"))
         OrvInterface::setVendorFilterInclude(QString::fromLatin1(value.toUtf8()));
     else if (qEnvironmentVariableIsSet("CTT_VALUE"))
         writeSetting(key, value);
     Scenario::report(QStringLiteral("read"), key == QLatin1String("VendorInclude") ? OrvInterface::vendorFilterInclude()
                                                                                   : OrvInterface::getCustomConfig(key));
+    Scenario::report(QStringLiteral("readUtf8"), OrvInterface::getCustomConfigUtf8(key));
+    Scenario::report(QStringLiteral("absentIsNull"), OrvInterface::getCustomConfigUtf8(QStringLiteral("Absent")).isNull());
 }
 
 class TestGuides : public QObject
@@ -302,12 +306,17 @@ void TestGuides::settingsBeyondAscii_data()
     QTest::addColumn<QString>("how");
     QTest::addColumn<QString>("key");
 
-    const QString text = page("settings-convention.md");
-    QVERIFY(text.contains(QStringLiteral(
-            "setCustomConfig(QStringLiteral(\"Theme\"), QString::fromLatin1(theme.toUtf8()));\n"
-            "getCustomConfig(QStringLiteral(\"Theme\"));   // \"深色 dark\"")));
-    QVERIFY(text.contains(QStringLiteral("The same works for the filter lists")));
-    QTest::newRow("setCustomConfig") << QStringLiteral("utf8-as-latin1") << QStringLiteral("Theme");
+    // The page's example of the UTF-8 setter, and its line in the file.
+    const QString example = Guides::exampleBlock(page("settings-convention.md"), QStringLiteral("utf8"));
+    QVERIFY(example.contains(QStringLiteral("setCustomConfigUtf8(QStringLiteral(\"Theme\"), QStringLiteral(\"深色 dark\"));\n"
+                                            "getCustomConfigUtf8(QStringLiteral(\"Theme\"));   // \"深色 dark\"\n"
+                                            "getCustomConfig(QStringLiteral(\"Theme\"));       // \"深色 dark\"\n"
+                                            "// CustomConfig.ini: Theme=\"@ByteArray(5rex6ImyIGRhcms=)\"\n"
+                                            "getCustomConfigUtf8(QStringLiteral(\"Absent\"));  // null")));
+    QVERIFY(page("settings-convention.md").contains(QStringLiteral(
+            "OrvInterface::setVendorFilterInclude(QString::fromLatin1(QStringLiteral(\"相机/Kamera\").toUtf8()));\n"
+            "OrvInterface::vendorFilterInclude();   // \"相机/Kamera\"")));
+    QTest::newRow("setCustomConfigUtf8") << QStringLiteral("utf8-setter") << QStringLiteral("Theme");
     QTest::newRow("setVendorFilterInclude") << QStringLiteral("filter-list") << QStringLiteral("VendorInclude");
 }
 
@@ -316,7 +325,7 @@ void TestGuides::settingsBeyondAscii()
     QFETCH(QString, how);
     QFETCH(QString, key);
 
-    const QString value = QStringLiteral("深色 dark Kamera Süd");
+    const QString value = QStringLiteral("深色 dark Kamera Süd 相机");
     Scenario::Run run;
     QVERIFY(run.writeCustomConfig()); // the filter setters write only an existing file
     COMMONTOOLS_RUN_SCENARIO_WITH(run, "settingRoundTrip",
@@ -324,6 +333,14 @@ void TestGuides::settingsBeyondAscii()
                                                           {QStringLiteral("CTT_HOW"), how},
                                                           {QStringLiteral("CTT_VALUE"), QString::fromLatin1(value.toUtf8().toHex())}}));
     QCOMPARE(run.value(QStringLiteral("read")), value);
+    if (how == QLatin1String("utf8-setter")) {
+        QCOMPARE(run.value(QStringLiteral("readUtf8")), value);
+        QCOMPARE(run.value(QStringLiteral("absentIsNull")), QStringLiteral("true"));
+        // QSettings quotes a value that holds "=" (Base64's padding).
+        const QString stored = QStringLiteral("@ByteArray(%1)").arg(QString::fromLatin1(value.toUtf8().toBase64()));
+        QCOMPARE(TestFiles::iniLine(run.customConfigPath(), key),
+                 QStringLiteral("Theme=") + (stored.contains(QLatin1Char('=')) ? QLatin1Char('"') + stored + QLatin1Char('"') : stored));
+    }
 }
 
 void TestGuides::settingStoredAsUtf8ByAnotherProgram()

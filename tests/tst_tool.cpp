@@ -665,6 +665,12 @@ void TestTool::settingsCommands()
     QCOMPARE(result.out, QStringLiteral("dark\n"));
     result = run({QStringLiteral("config"), QStringLiteral("get"), QStringLiteral("Missing")});
     QCOMPARE(result.out, QStringLiteral("\n"));
+    // Any text is kept.
+    result = run({QStringLiteral("config"), QStringLiteral("set"), QStringLiteral("Theme"), QStringLiteral("深色 dark")});
+    QCOMPARE(result.exitCode, 0);
+    QCOMPARE(TestFiles::iniLine(customConfig(), QStringLiteral("Theme")), QStringLiteral("Theme=\"@ByteArray(5rex6ImyIGRhcms=)\""));
+    result = run({QStringLiteral("config"), QStringLiteral("get"), QStringLiteral("Theme")});
+    QCOMPARE(result.out, QStringLiteral("深色 dark\n"));
     result = run({QStringLiteral("config"), QStringLiteral("set"), QStringLiteral("Theme")});
     QCOMPARE(result.exitCode, 2);
 

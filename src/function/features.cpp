@@ -70,4 +70,18 @@ QString getCustomConfig(const QString& key)
     return readEncodedValue(settings, key);
 }
 
+void setCustomConfigUtf8(const QString& key, const QString& value)
+{
+    changeSettings(customConfigPath(), [&](QSettings& settings) { writeUtf8Value(settings, key, value); });
+}
+
+QString getCustomConfigUtf8(const QString& key)
+{
+    const QString path = customConfigPath();
+    if (!QFileInfo::exists(path))
+        return QString();
+    const QSettings settings(path, QSettings::IniFormat);
+    return settings.contains(key) ? readEncodedValue(settings, key) : QString();
+}
+
 } // namespace OrvInterface

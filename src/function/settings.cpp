@@ -48,6 +48,11 @@ void writeEncodedValue(QSettings& settings, const QString& key, const QString& t
     settings.setValue(key, QVariant(text.toLatin1().toBase64()));
 }
 
+void writeUtf8Value(QSettings& settings, const QString& key, const QString& text)
+{
+    settings.setValue(key, QVariant(text.toUtf8().toBase64()));
+}
+
 QString language(bool reload)
 {
     if (s_strLanguage.isEmpty())

@@ -30,6 +30,10 @@ QString readEncodedValue(const QSettings& settings, const QString& key);
 /* Writes text under key of settings by the write side of the convention. */
 void writeEncodedValue(QSettings& settings, const QString& key, const QString& text);
 
+/* The same with the UTF-8 bytes of text, which the read side decodes
+ * whole. */
+void writeUtf8Value(QSettings& settings, const QString& key, const QString& text);
+
 /*
  * One change of the settings file at path, all or nothing: change is
  * applied to a settings object, and the file is replaced only once the new

@@ -47,7 +47,8 @@ void demoSettings()
 {
     using namespace OrvInterface;
     out() << "User settings live in programDataPath()/CustomConfig.ini, each value the" << Qt::endl
-          << "Base64 text of its Latin-1 bytes." << Qt::endl;
+          << "Base64 text of its Latin-1 bytes, or of its UTF-8 bytes when written by" << Qt::endl
+          << "setCustomConfigUtf8 (commontools config set), which keeps any text." << Qt::endl;
     printField(QStringLiteral("softwareVersion()"), softwareVersion());
     printField(QStringLiteral("language()"), language(false));
     const QString previous = language(false);

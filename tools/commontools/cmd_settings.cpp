@@ -29,8 +29,8 @@ int runConfig(const QStringList& arguments)
                                                                           "set KEY VALUE: store VALUE under KEY."),
                                  QStringLiteral("get KEY | set KEY VALUE"));
     const int code = parseCommandLine(parser, arguments,
-                                      QStringLiteral("The client's own settings in CustomConfig.ini (values outside "
-                                                     "Latin-1 are not kept). 'set' creates the file when missing."));
+                                      QStringLiteral("The client's own settings in CustomConfig.ini, stored as Base64 "
+                                                     "of UTF-8 (any text is kept). 'set' creates the file when missing."));
     if (code >= 0)
         return code;
     const QStringList texts = parser.positionalArguments();
@@ -41,7 +41,7 @@ int runConfig(const QStringList& arguments)
     if (texts.size() == 3 && texts.at(0) == QLatin1String("set")) {
         if (texts.at(1).isEmpty())
             return fail(QStringLiteral("config set needs a key"), UsageError);
-        OrvInterface::setCustomConfig(texts.at(1), texts.at(2));
+        OrvInterface::setCustomConfigUtf8(texts.at(1), texts.at(2));
         return Success;
     }
     return fail(QStringLiteral("config needs 'get KEY' or 'set KEY VALUE'"), UsageError);
