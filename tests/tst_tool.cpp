@@ -474,7 +474,27 @@ void TestTool::pointFileInfo()
     QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Magic: +0x5A5AAA55\n"))));
     QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Data offset: +256\n"))));
     QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Descriptor: +Unit:2 Valid:3 Endian:B\n"))));
-    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Layout: +unit 2, valid 1, endian 0, meaning 0\n"))));
+    // The codes, each with what it means.
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Unit: +2 bytes per record\n"))));
+    QVERIFY(result.out.contains(QRegularExpression(
+            QStringLiteral("Valid: +1 = all four bytes \\(Valid:3\\) \\(used by 4-byte records only\\)\n"))));
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Endian: +0 = big-endian \\(Endian:B\\)\n"))));
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Meaning: +0 = one number per record\n"))));
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Records: +3 \\(lines that mfa2txt writes\\)\n"))));
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Records of txt2mfa: +3 \\(lines that the text must have\\)\n"))));
+    QVERIFY2(result.out.contains(QStringLiteral("(matches)")), qPrintable(result.out));
+
+    // A layout without records, and a checksum after the records.
+    Mfa::Contents contents;
+    contents.descriptor = "Unit:4 Valid:1 Endian:L Meaning:y";
+    contents.records = QByteArray(8, '\x02');
+    contents.crcPlace = Mfa::CrcPlace::AfterRecords;
+    QVERIFY(TestFiles::writeFile(mfa, Mfa::mfaFile(contents)));
+    result = run({QStringLiteral("mfa-info"), mfa});
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Valid: +0 = no layout, records read as 0 \\(Valid:1\\)\n"))));
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Meaning: +2 = x/y pairs, x in the high half \\(Meaning:y\\)\n"))));
+    QVERIFY2(result.out.contains(QRegularExpression(QStringLiteral("Checksum place: +after the records: the text does not import back\n"))),
+             qPrintable(result.out));
     QVERIFY2(result.out.contains(QStringLiteral("(matches)")), qPrintable(result.out));
 
     QVERIFY(TestFiles::writeFile(mfa, QByteArray(10, '\x01')));

@@ -9,6 +9,9 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
+#include <QtEndian>
+
+#include <algorithm>
 
 #include <csignal>
 #include <cstdio>
@@ -284,12 +287,89 @@ int runCrc32(const QStringList& arguments)
     return Success;
 }
 
+namespace {
+
+// What the descriptor's codes mean, by the code GetAnalyticFormat gives.
+const char* const kValidNames[] = {
+        "0 = no layout, records read as 0 (Valid:1)",
+        "1 = all four bytes (Valid:3)",
+        "2 = the last two bytes (Valid:H)",
+        "3 = the first two bytes (Valid:L)",
+};
+const char* const kEndianNames[] = {"0 = big-endian (Endian:B)", "1 = little-endian (Endian:L)"};
+const char* const kMeaningNames[] = {
+        "0 = one number per record",
+        "1 = x/y pairs, x in the low half (Meaning:x)",
+        "2 = x/y pairs, x in the high half (Meaning:y)",
+};
+
+constexpr int kHeaderBytes = 4096;
+
+// The checksum of length bytes from offset of file, read in pieces; false
+// when they cannot all be read.
+bool checksumOf(QFile& file, qint64 offset, qint64 length, quint32* crc)
+{
+    *crc = 0;
+    if (!file.seek(offset))
+        return false;
+    while (length > 0) {
+        const QByteArray piece = file.read(std::min<qint64>(length, 1 << 20));
+        if (piece.isEmpty())
+            return false;
+        *crc = crc32_init_value(*crc, reinterpret_cast<const unsigned char*>(piece.constData()), piece.size());
+        length -= piece.size();
+    }
+    return true;
+}
+
+void printLayout(unsigned int unit, unsigned int valid, unsigned int endian, unsigned int meaning)
+{
+    const bool widthKnown = unit == 1 || unit == 2 || unit == 4;
+    printField(QStringLiteral("Unit"), QStringLiteral("%1 bytes per record").arg(unit)
+                       + (unit == 0 ? QStringLiteral(" (no records)")
+                                    : widthKnown ? QString() : QStringLiteral(" (no layout: records read as 0)")));
+    printField(QStringLiteral("Valid"), QLatin1String(kValidNames[valid & 3])
+                       + (unit == 4 ? QString() : QStringLiteral(" (used by 4-byte records only)")));
+    printField(QStringLiteral("Endian"), QLatin1String(kEndianNames[endian & 1]));
+    printField(QStringLiteral("Meaning"), QLatin1String(kMeaningNames[std::min(meaning, 2u)]));
+}
+
+// How many records the file holds as the conversions see them.
+void printRecords(qint64 size, quint32 dataOffset, quint32 crcOffset, unsigned int unit)
+{
+    if (unit == 0 || dataOffset > size)
+        return;
+    // The export stops at the checksum when it follows the records; the
+    // import fills the records up to the end of the file.
+    const qint64 exportEnd = crcOffset > dataOffset ? qint64(crcOffset) : size;
+    const qint64 exported = (exportEnd - dataOffset + unit - 1) / unit;
+    printField(QStringLiteral("Records"), QStringLiteral("%1 (lines that mfa2txt writes)").arg(exported));
+    const qint64 data = size - dataOffset;
+    printField(QStringLiteral("Records of txt2mfa"),
+               data % unit == 0 ? QStringLiteral("%1 (lines that the text must have)").arg(data / unit)
+                                : QStringLiteral("none: the data is not a whole number of records"));
+    if (crcOffset > dataOffset)
+        printField(QStringLiteral("Checksum place"), QStringLiteral("after the records: the text does not import back"));
+}
+
+} // namespace
+
 int runMfaInfo(const QStringList& arguments)
 {
     QCommandLineParser parser;
     parser.addPositionalArgument(QStringLiteral("file"), QStringLiteral("The .mfa file."), QStringLiteral("FILE.mfa"));
     const int code = parseCommandLine(parser, arguments,
-                                      QStringLiteral("Shows the header, the descriptor and the checksum of a point file."));
+                                      QStringLiteral("Shows the header, the descriptor and its codes, the records and the "
+                                                     "checksum of a point file.\n\n"
+                                                     "A point file's header holds 32-bit little-endian fields: the magic "
+                                                     "0x5A5AAA55 at 0, the checksum's offset at 8, the first record's "
+                                                     "offset at 32, and at 36 how many bytes from offset 16 the checksum "
+                                                     "covers. At 120 a NUL-terminated descriptor, such as "
+                                                     "\"Unit:4 Valid:3 Endian:L Meaning:x\", gives the records' width, the "
+                                                     "bytes that carry the value, their byte order and whether a record "
+                                                     "is a number or an x/y pair. The text form has one line per record: "
+                                                     "the number, or x=X,y=Y. The reference's point file page has it all, "
+                                                     "with an example."));
     if (code >= 0)
         return code;
     if (parser.positionalArguments().size() != 1)
@@ -298,38 +378,42 @@ int runMfaInfo(const QStringList& arguments)
     QFile source(parser.positionalArguments().first());
     if (!source.open(QIODevice::ReadOnly))
         return fail(QStringLiteral("cannot read %1: %2").arg(source.fileName(), source.errorString()));
-    const QByteArray file = source.readAll();
-    const qint64 size = file.size();
+    const QByteArray header = source.read(kHeaderBytes);
+    const qint64 size = source.size();
 
-    const quint32 magic = u32At(file, 0);
-    const quint32 crcOffset = u32At(file, 8);
-    const quint32 dataOffset = u32At(file, 32);
-    const quint32 crcLength = u32At(file, 36);
+    const quint32 magic = u32At(header, 0);
+    const quint32 crcOffset = u32At(header, 8);
+    const quint32 dataOffset = u32At(header, 32);
+    const quint32 crcLength = u32At(header, 36);
     printField(QStringLiteral("File size"), QString::number(size));
     printField(QStringLiteral("Magic"), hex32(magic) + (magic == 0x5A5AAA55u ? QString() : QStringLiteral(" (not a point file)")));
     printField(QStringLiteral("Data offset"), QString::number(dataOffset) + (dataOffset > size ? QStringLiteral(" (beyond the file)") : QString()));
     printField(QStringLiteral("Checksum offset"), QString::number(crcOffset));
     printField(QStringLiteral("Checksum length"), QString::number(crcLength) + QStringLiteral(" bytes from offset 16"));
 
-    const int nul = file.indexOf('\0', 120);
-    const QString descriptor = size > 120 ? QString::fromLatin1(file.mid(120, nul < 0 ? -1 : nul - 120)) : QString();
+    const int nul = header.indexOf('\0', 120);
+    const QString descriptor = header.size() > 120 ? QString::fromLatin1(header.mid(120, nul < 0 ? -1 : nul - 120)) : QString();
     printField(QStringLiteral("Descriptor"), descriptor.isEmpty() ? QStringLiteral("(none)") : descriptor);
     unsigned int unit = 0, valid = 0, endian = 0, meaning = 0;
     if (descriptor.startsWith(QLatin1String("Format:txt"), Qt::CaseInsensitive)) {
         printField(QStringLiteral("Layout"), QStringLiteral("raw text payload"));
     } else if (OrvInterface::GetAnalyticFormat(descriptor, unit, valid, endian, meaning)) {
-        printField(QStringLiteral("Layout"), QStringLiteral("unit %1, valid %2, endian %3, meaning %4")
-                                                     .arg(unit).arg(valid).arg(endian).arg(meaning));
+        printLayout(unit, valid, endian, meaning);
+        printRecords(size, dataOffset, crcOffset, unit);
     } else {
         printField(QStringLiteral("Layout"), QStringLiteral("(descriptor not usable)"));
     }
 
+    quint32 stored = 0;
+    quint32 computed = 0;
     if (qint64(crcOffset) + 4 > size || 16 + qint64(crcLength) > size) {
         printField(QStringLiteral("Checksum"), QStringLiteral("outside the file"));
         return Success;
     }
-    const quint32 stored = u32At(file, int(crcOffset));
-    const quint32 computed = crc32(reinterpret_cast<const unsigned char*>(file.constData()) + 16, int(crcLength));
+    if (!source.seek(crcOffset) || source.read(reinterpret_cast<char*>(&stored), 4) != 4
+        || !checksumOf(source, 16, crcLength, &computed))
+        return fail(QStringLiteral("cannot read %1: %2").arg(source.fileName(), source.errorString()));
+    stored = qFromLittleEndian(stored);
     printField(QStringLiteral("Stored checksum"), hex32(stored));
     printField(QStringLiteral("Computed checksum"), hex32(computed) + (stored == computed ? QStringLiteral(" (matches)") : QStringLiteral(" (DIFFERS)")));
     return Success;
