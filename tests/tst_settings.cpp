@@ -19,6 +19,7 @@
 #include <climits>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace OrvInterface;
@@ -339,6 +340,9 @@ private slots:
     void symbolicLinkedSettings_data();
     void symbolicLinkedSettings();
     void settersLeaveNothingNew();
+    void unreadableLinesDoNotStopWrites_data();
+    void unreadableLinesDoNotStopWrites();
+    void ownerAndPermissionsAreKept();
 };
 
 void TestSettings::languageWithoutFile()
@@ -840,6 +844,48 @@ void TestSettings::settersLeaveNothingNew()
     QCOMPARE(run.value("afterFilters"), QString());
     QVERIFY(run.hasValue("afterFilters"));
     QCOMPARE(run.value("afterWrites"), afterWrites().join(QLatin1Char(',')));
+}
+
+void TestSettings::unreadableLinesDoNotStopWrites_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::newRow("a note") << QStringLiteral("# edited by hand");
+    QTest::newRow("a word") << QStringLiteral("garbage");
+    QTest::newRow("an open section") << QStringLiteral("[Display");
+}
+
+// A line QSettings cannot read leaves its settings object in a format
+// error; the write goes on all the same (QSettings leaves the line out).
+void TestSettings::unreadableLinesDoNotStopWrites()
+{
+    QFETCH(QString, line);
+    Scenario::Run run;
+    QVERIFY(run.writeCustomConfig({QStringLiteral("[General]"), QStringLiteral("Kept=@ByteArray(b2xk)"), line}));
+    COMMONTOOLS_RUN_SCENARIO(run, "timedWrite");
+    QCOMPARE(run.value("value"), QStringLiteral("written"));
+    QVERIFY2(!run.output().contains(QStringLiteral("was not changed")), qPrintable(run.output()));
+    QCOMPARE(TestFiles::iniLine(run.customConfigPath(), QStringLiteral("Kept")), QStringLiteral("Kept=@ByteArray(b2xk)"));
+}
+
+// A write by root (sudo commontools config set) leaves the file to whoever
+// owned it, with its permissions.
+void TestSettings::ownerAndPermissionsAreKept()
+{
+    if (geteuid() != 0)
+        QSKIP("needs root, to give the file to another user");
+    Scenario::Run run;
+    QVERIFY(run.writeCustomConfig({QStringLiteral("[General]")}));
+    const QByteArray path = QFile::encodeName(run.customConfigPath());
+    constexpr uid_t kNobody = 65534;
+    QCOMPARE(::chown(path.constData(), kNobody, kNobody), 0);
+    QCOMPARE(::chmod(path.constData(), 0640), 0);
+    COMMONTOOLS_RUN_SCENARIO(run, "timedWrite");
+    QCOMPARE(run.value("value"), QStringLiteral("written"));
+    struct stat info{};
+    QCOMPARE(::stat(path.constData(), &info), 0);
+    QCOMPARE(info.st_uid, kNobody);
+    QCOMPARE(info.st_gid, gid_t(kNobody));
+    QCOMPARE(info.st_mode & 07777, mode_t(0640));
 }
 
 COMMONTOOLS_SCENARIO_MAIN(TestSettings)

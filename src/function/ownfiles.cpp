@@ -122,15 +122,15 @@ bool syncFile(int fd)
 #endif
 }
 
-bool syncFolder(const QByteArray& folder)
+bool syncFolder(const QByteArray& folder, bool ancestors)
 {
-#ifdef COMMONTOOLS_TESTING_SKIP_FSYNC
-    Q_UNUSED(folder);
-    return true;
-#else
     const Descriptor fd(::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    return fd.isOpen() && syncFile(fd.get());
-#endif
+    if (!fd.isOpen() || !syncFile(fd.get()))
+        return false;
+    const int slash = folder.lastIndexOf('/');
+    if (!ancestors || slash <= 0)
+        return true;
+    return syncFolder(folder.left(slash), true);
 }
 
 int openLockFile(const QByteArray& folder, const QByteArray& path)

@@ -68,8 +68,10 @@ void forEachWithPrefix(const QByteArray& folder, const QString& namePrefix,
 // cannot sync counts as done). False with errno set otherwise.
 bool syncFile(int fd);
 
-// Puts the entries of folder (a rename, a new name) on the disk.
-bool syncFolder(const QByteArray& folder);
+// Puts the entries of folder (a rename, a new name) on the disk; with
+// ancestors, those of every folder above it too, for a folder that may
+// have just been made.
+bool syncFolder(const QByteArray& folder, bool ancestors = false);
 
 // A lock file of the library's own beside a user's file, which stays:
 // opened for reading and writing (created if need be) and given the owner

@@ -59,14 +59,18 @@ public:
 
     QString path() const { return QFile::decodeName(m_path); }
 
-    // A copy of target with its owner (where allowed) and permissions; an
-    // empty file when there is no target yet.
-    QString make(const QByteArray& target)
+    // A copy of target; an empty file when there is no target yet, or
+    // nothing at all (absent()) when it must exist and does not.
+    QString make(const QByteArray& target, bool mustExist)
     {
         const OwnFiles::Descriptor source(::open(target.constData(), O_RDONLY | O_CLOEXEC));
-        if (!source.isOpen() && errno != ENOENT)
+        if (!source.isOpen() && (errno != ENOENT || mustExist)) {
+            m_absent = errno == ENOENT;
+            return m_absent ? QString() : OwnFiles::errorText(errno);
+        }
+        m_targetExists = source.isOpen();
+        if (m_targetExists && ::fstat(source.get(), &m_target) != 0)
             return OwnFiles::errorText(errno);
-        m_targetExists = source.isOpen() && ::fstat(source.get(), &m_target) == 0;
         OwnFiles::Descriptor copy;
         m_path = OwnFiles::takeUniqueName(m_folder, m_prefix, [&](const QByteArray& path) {
             copy.reset(::open(path.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
@@ -80,12 +84,11 @@ public:
             if (sent < 0 && errno != EINTR)
                 return OwnFiles::errorText(errno);
         }
-        if (m_targetExists && ::fchown(copy.get(), m_target.st_uid, m_target.st_gid) != 0 && errno != EPERM)
-            return OwnFiles::errorText(errno);
-        if (m_targetExists && ::fchmod(copy.get(), m_target.st_mode & 07777) != 0)
-            return OwnFiles::errorText(errno);
         return QString();
     }
+
+    bool absent() const { return m_absent; }
+    bool targetExisted() const { return m_targetExists; }
 
     // QSettings takes a file of a size and a modification time (in ms) that
     // it has seen for the content it saw then. Clocks move in ticks and a
@@ -108,17 +111,28 @@ public:
     {
         const OwnFiles::Descriptor fd(::open(m_path.constData(), O_WRONLY | O_CLOEXEC));
         struct stat info{};
+        // Room for a second file as large, as QSettings' own staging needs.
         const int error = !fd.isOpen() || ::fstat(fd.get(), &info) != 0
                 ? errno
-                : ::posix_fallocate(fd.get(), 0, info.st_size + kProbeBytes);
+                : ::posix_fallocate(fd.get(), 0, 2 * info.st_size + kProbeBytes);
         return error != 0 ? OwnFiles::errorText(error) : QStringLiteral("QSettings could not write it");
     }
 
-    // The copy on the disk, then in the target's place.
+    // The copy with the target's owner (where allowed) and permissions, on
+    // the disk, then in the target's place. (QSettings wrote it as a new
+    // file of this process.)
     QString replace(const QByteArray& target)
     {
         const OwnFiles::Descriptor fd(::open(m_path.constData(), O_RDONLY | O_CLOEXEC));
-        if (!fd.isOpen() || !OwnFiles::syncFile(fd.get()) || ::rename(m_path.constData(), target.constData()) != 0)
+        if (!fd.isOpen())
+            return OwnFiles::errorText(errno);
+        if (m_targetExists) {
+            if (::fchown(fd.get(), m_target.st_uid, m_target.st_gid) != 0 && errno != EPERM)
+                return OwnFiles::errorText(errno);
+            if (::fchmod(fd.get(), m_target.st_mode & 07777) != 0)
+                return OwnFiles::errorText(errno);
+        }
+        if (!OwnFiles::syncFile(fd.get()) || ::rename(m_path.constData(), target.constData()) != 0)
             return OwnFiles::errorText(errno);
         m_path.clear();
         return QString();
@@ -130,6 +144,7 @@ private:
     QByteArray m_path;
     struct stat m_target{};
     bool m_targetExists = false;
+    bool m_absent = false;
 };
 
 // Applies change to the copy, and reads the copy back.
@@ -140,20 +155,23 @@ QString changeCopy(PrivateCopy& copy, const std::function<void(QSettings&)>& cha
         QSettings settings(copy.path(), QSettings::IniFormat);
         change(settings);
         settings.sync();
-        if (settings.status() != QSettings::NoError)
+        // A FormatError is about a line of the old file QSettings could not
+        // read (and leaves out): the read-back below tells what was written.
+        if (settings.status() == QSettings::AccessError)
             return copy.writeFailure();
         expected = contents(settings);
     }
     copy.giveNewModificationTime();
     const QSettings written(copy.path(), QSettings::IniFormat);
-    if (written.status() != QSettings::NoError || contents(written) != expected)
+    if (written.status() == QSettings::AccessError || contents(written) != expected)
         return copy.writeFailure();
     return QString();
 }
 
 // What is done under the writers' lock: the clean-up, and the private copy
 // changed and renamed over the target. An empty string, or the reason.
-QString changeUnderLock(const QFileInfo& target, const std::function<void(QSettings&)>& change, bool onlyIfExists)
+QString changeUnderLock(const QFileInfo& target, const std::function<void(QSettings&)>& change, bool onlyIfExists,
+                        bool* created)
 {
     const QByteArray folder = QFile::encodeName(target.absolutePath());
     const QString prefix = OwnFiles::prefixFor(target.fileName());
@@ -178,15 +196,16 @@ QString changeUnderLock(const QFileInfo& target, const std::function<void(QSetti
                                                    "writes of other processes are not kept apart")
                                             .arg(QFile::decodeName(folder));
     }
-    if (onlyIfExists && !target.exists())
-        return QString();
 
     PrivateCopy copy(folder, stagingPrefix);
-    QString reason = copy.make(QFile::encodeName(target.absoluteFilePath()));
+    QString reason = copy.make(QFile::encodeName(target.absoluteFilePath()), onlyIfExists);
+    if (copy.absent())
+        return QString(); // removed meanwhile: a setter that never creates the file does nothing
     if (reason.isEmpty())
         reason = changeCopy(copy, change);
     if (reason.isEmpty())
         reason = copy.replace(QFile::encodeName(target.absoluteFilePath()));
+    *created = reason.isEmpty() && !copy.targetExisted();
     return reason;
 }
 
@@ -196,14 +215,17 @@ bool changeSettings(const QString& path, const std::function<void(QSettings&)>& 
 {
     const QFileInfo target = OwnFiles::finalTarget(path);
     if (onlyIfExists && !target.exists())
-        return true;
-    const QString reason = changeUnderLock(target, change, onlyIfExists);
+        return true; // (nor is the lock file made)
+    bool created = false;
+    const QString reason = changeUnderLock(target, change, onlyIfExists, &created);
     if (!reason.isEmpty()) {
         qWarning().noquote() << QStringLiteral("CustomConfig.ini: %1 was not changed: %2").arg(path, reason);
         return false;
     }
-    // The new name on the disk too; the other writers need not wait for it.
-    if (!OwnFiles::syncFolder(QFile::encodeName(target.absolutePath()))) {
+    // The new name on the disk too, and the names of the folders above when
+    // the file is new (they may be new too); the other writers need not
+    // wait for it.
+    if (!OwnFiles::syncFolder(QFile::encodeName(target.absolutePath()), created)) {
         qWarning().noquote() << QStringLiteral("CustomConfig.ini: %1 was changed, but may not be on the disk: %2")
                                         .arg(path, OwnFiles::errorText(errno));
         return false;
