@@ -80,6 +80,9 @@ private slots:
     void bench();
 
 private:
+    // The tool of the build tree, or the installed one the runner names.
+    static QString toolPath() { return TestFiles::locate("COMMONTOOLS_TEST_TOOL", COMMONTOOLS_TOOL_PATH); }
+
     // Runs the tool with the test's own application name.
     Result run(const QStringList& arguments) const
     {
@@ -87,7 +90,7 @@ private:
         options.arguments = QStringList{QStringLiteral("--ini"), m_appIni} + arguments;
         // Its output in UTF-8, whatever the test's locale.
         options.setEnvironment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
-        const TestProcess::Result run = TestProcess::run(TestFiles::locate("COMMONTOOLS_TEST_TOOL", COMMONTOOLS_TOOL_PATH), options);
+        const TestProcess::Result run = TestProcess::run(toolPath(), options);
         Result result;
         result.exitCode = run.termSignal == 0 && !run.timedOut ? run.exitCode : -1;
         result.out = QString::fromUtf8(run.out);
@@ -443,7 +446,7 @@ void TestTool::pointFileConversionInterrupted()
         TestProcess::Child child;
         TestProcess::Options options;
         options.arguments = QStringList{QStringLiteral("--ini"), m_appIni, QStringLiteral("mfa2txt"), mfa};
-        QVERIFY(child.start(QStringLiteral(COMMONTOOLS_TOOL_PATH), options));
+        QVERIFY(child.start(toolPath(), options));
         QThread::msleep(delayMs);
         child.kill(SIGINT);
         QVERIFY(child.waitForFinished(120000));
