@@ -9,6 +9,8 @@
 #include "support/sanitizers.h"
 #include "support/scenario.h"
 
+#include "pointfile/records_p.h"
+
 #include <OrvPointFile.h>
 
 #include <QDir>
@@ -232,7 +234,9 @@ int lineCount(const QByteArray& text)
     return text.count('\n') + (text.isEmpty() || text.endsWith('\n') ? 0 : 1);
 }
 
-constexpr int kBlockBoundary = 256 << 10; // where the library's text blocks end
+// Where the library's text blocks end, and past which a line or a
+// descriptor is read in pieces.
+constexpr int kBlockBoundary = int(PointFile::kBlockSize);
 const char kCancelled[] = "The conversion was cancelled.\n";
 
 } // namespace
@@ -282,6 +286,7 @@ private slots:
     void importLineCount();
     void importNothingToDo_data();
     void importNothingToDo();
+    void importOfTextFormatWithCodes();
     void importSizeErrors();
     void importOfRemovedRawFile();
     void importHeaderOutsideTheFile_data();
@@ -916,6 +921,19 @@ void TestPointFile::importNothingToDo()
     QCOMPARE(readFile(mfaPath()), file);
 }
 
+void TestPointFile::importOfTextFormatWithCodes()
+{
+    // The codes make the descriptor usable: the text is imported as records,
+    // although the export writes such a file's payload as it is.
+    const QByteArray format = "Format:txt Unit:1 Valid:3 Endian:L";
+    QVERIFY(writeFile(mfaPath(), Mfa::mfaFile(format, "abcd")));
+    QVERIFY(writeFile(txtPath(), "1\n2\n3\n4\n"));
+    CriticalLog log;
+    QVERIFY(ChangeTxtToMfa(mfaPath()));
+    QVERIFY(log.messages().isEmpty());
+    QCOMPARE(readFile(mfaPath()), Mfa::mfaFile(format, QByteArray("\x01\x02\x03\x04", 4)));
+}
+
 void TestPointFile::importSizeErrors()
 {
     // An empty text file.
@@ -1303,14 +1321,14 @@ void TestPointFile::sameAsReferenceOnLongDescriptors()
 
 namespace {
 
-// A point file of records and its text beside it, large enough for about
-// a hundred blocks.
+// A point file of records and its text beside it, both large enough to be
+// converted in many blocks, each a percent of the file or less.
 constexpr int kProgressRecords = 3 << 20;
 
 bool writeProgressFiles(const QString& mfa, const QString& txt)
 {
     const QByteArray file = Mfa::mfaFile("Unit:4 Valid:3 Endian:L", randomRecords(kProgressRecords, 31));
-    return writeFile(mfa, file) && Reference::ChangeMfaToTxt(mfa) && QFileInfo(txt).size() > 100 * kBlockBoundary;
+    return writeFile(mfa, file) && Reference::ChangeMfaToTxt(mfa) && QFileInfo(txt).size() > PointFile::kMinBlocks * PointFile::kMinBlockSize;
 }
 
 } // namespace

@@ -14,6 +14,7 @@
 #include <condition_variable>
 #include <functional>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -32,8 +33,16 @@ public:
         , m_done(size_t(depth), false)
         , m_failed(size_t(depth), false)
     {
-        for (int i = 0; i < threads; ++i)
-            m_threads.emplace_back([this] { runWorker(); });
+        // Where no more threads can be had (a limit of processes, a 32-bit
+        // address space), the ones that started do the work; with none,
+        // submit() does it.
+        for (int i = 0; i < threads; ++i) {
+            try {
+                m_threads.emplace_back([this] { runWorker(); });
+            } catch (const std::system_error&) {
+                break;
+            }
+        }
     }
 
     ~BlockPipeline()

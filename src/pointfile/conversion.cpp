@@ -31,6 +31,9 @@
 #include <vector>
 #include <unistd.h>
 
+// Offsets and sizes of files over 2 GiB (a point file goes up to 4 GiB).
+static_assert(sizeof(off_t) == 8, "build with _FILE_OFFSET_BITS=64");
+
 namespace OrvInterface {
 
 namespace {
@@ -46,17 +49,10 @@ constexpr qint64 kCrcLengthField = 36;
 constexpr qint64 kDescriptorOffset = 120; // NUL-terminated Latin-1 text
 constexpr quint32 kMagic = 0x5A5AAA55u;
 
-// The bytes of text that a worker formats or parses at a time. With at most
-// kMaxThreads + 2 blocks in flight, it bounds what a conversion holds in
-// memory (a few MiB, at most 50 MiB with eight workers and text of empty
-// lines), whatever the size of the files; smaller blocks cost more in
-// handing them over than they save.
-constexpr qint64 kBlockSize = 1 << 20;
+using PointFile::kBlockSize;
+using PointFile::kMinBlocks;
+using PointFile::kMinBlockSize;
 constexpr int kMaxThreads = 8;
-// A smaller file is cut into this many blocks at least (blocks of at least
-// kMinBlockSize), so that its progress is reported about once per percent.
-constexpr qint64 kMinBlocks = 128;
-constexpr qint64 kMinBlockSize = 16 << 10;
 // Import: the records of a block take at most this many bytes per byte of
 // text (a line of one byte, "\n", gives a record of up to four).
 constexpr qint64 kMaxEncodedUnit = 4;
@@ -381,6 +377,7 @@ public:
 
 private:
     bool checksumOnly(const Span& span, ProgressReport* progress);
+    bool checksumRange(qint64 offset, qint64 count);
     bool copyRaw(const Span& payload, ProgressReport* progress);
     bool formatRecords(const Span& payload, const Layout& layout, ProgressReport* progress);
     bool write(const char* data, qint64 count);
@@ -432,18 +429,26 @@ bool ExportPass::write(const char* data, qint64 count)
 
 bool ExportPass::checksumOnly(const Span& span, ProgressReport* progress)
 {
-    m_buffer.resize(int(kBlockSize));
     for (qint64 offset = span.begin; offset < span.end;) {
         const qint64 count = std::min(kBlockSize, span.end - offset);
-        if (!m_file.read(offset, m_buffer.data(), count)) {
-            m_readFailed = true;
+        if (!checksumRange(offset, count))
             return false;
-        }
-        m_checksum.add(offset, reinterpret_cast<const uchar*>(m_buffer.constData()), count);
         offset += count;
         if (!advance(count, progress))
             return false;
     }
+    return true;
+}
+
+// Reads count bytes (at most a block) at offset into the checksum.
+bool ExportPass::checksumRange(qint64 offset, qint64 count)
+{
+    m_buffer.resize(int(kBlockSize));
+    if (!m_file.read(offset, m_buffer.data(), count)) {
+        m_readFailed = true;
+        return false;
+    }
+    m_checksum.add(offset, reinterpret_cast<const uchar*>(m_buffer.constData()), count);
     return true;
 }
 
@@ -496,14 +501,19 @@ bool ExportPass::formatRecords(const Span& payload, const Layout& layout, Progre
     const auto takeOldest = [&]() {
         const bool formatted = pipeline.waitOldest();
         const ExportBlock& block = pipeline.oldest();
-        if (formatted && !block.read)
-            m_readFailed = true;
         // The checksum covers the file's bytes only, not the zeros after it.
-        m_checksum.add(block.offset, block.records.get(), std::min(block.recordBytes, m_file.size() - block.offset));
-        if (!formatted)
-            m_writeFailed = true; // out of memory
-        else
+        const qint64 inFile = std::min(block.recordBytes, m_file.size() - block.offset);
+        if (!formatted) {
+            // Out of memory in the worker: nothing more is written, and the
+            // checksum, which decides the result first, is read here.
+            m_writeFailed = true;
+            checksumRange(block.offset, inFile);
+        } else {
+            if (!block.read)
+                m_readFailed = true;
+            m_checksum.add(block.offset, block.records.get(), inFile);
             write(block.text.get(), block.textBytes);
+        }
         const qint64 bytes = block.recordBytes;
         pipeline.release();
         return !m_readFailed && advance(bytes, progress);
@@ -771,7 +781,7 @@ bool countLines(QFile& text, qint64* lines)
 class ImportPass
 {
 public:
-    enum class Outcome { Done, TextUnreadable, PointFileUnreadable, Cancelled };
+    enum class Outcome { Done, TextUnreadable, PointFileUnreadable, WorkFailed, Cancelled };
 
     ImportPass(Source& file, Source& text, const Header& header, const Layout& layout,
                PointFile::ReplacingFile& output, ProgressReport& progress)
@@ -809,6 +819,7 @@ private:
     qint64 m_lines = 0;
     qint64 m_done = 0;
     bool m_writeFailed = false;
+    bool m_workFailed = false;
     bool m_cancelled = false;
 };
 
@@ -879,11 +890,16 @@ ImportPass::Outcome ImportPass::run()
     bool going = true;
     bool readFailed = false;
     const auto takeOldest = [&] {
-        if (!pipeline.waitOldest())
-            m_writeFailed = true; // out of memory
+        const bool parsed = pipeline.waitOldest();
         const ImportBlock& block = pipeline.oldest();
-        readFailed = !block.read;
-        going = !readFailed && writeRecords(block);
+        if (!parsed) {
+            // Out of memory in the worker: its lines are unknown.
+            m_workFailed = true;
+            going = false;
+        } else {
+            readFailed = !block.read;
+            going = !readFailed && writeRecords(block);
+        }
         pipeline.release();
     };
     for (qint64 offset = 0; going && offset < size;) {
@@ -901,6 +917,8 @@ ImportPass::Outcome ImportPass::run()
         takeOldest();
     if (readFailed)
         return Outcome::TextUnreadable;
+    if (m_workFailed)
+        return Outcome::WorkFailed;
     return m_cancelled ? Outcome::Cancelled : Outcome::Done;
 }
 
@@ -988,6 +1006,9 @@ bool importPoints(const QString& mfaPath, const ConversionProgress& callback)
         return false;
     case ImportPass::Outcome::PointFileUnreadable:
         return false;
+    case ImportPass::Outcome::WorkFailed:
+        logCritical(kWriteFailed);
+        return false;
     case ImportPass::Outcome::Done:
         break;
     }
@@ -1022,26 +1043,38 @@ bool importPoints(const QString& mfaPath, const ConversionProgress& callback)
     return true;
 }
 
+// Nothing leaves the library as an exception: memory that cannot be had
+// fails the conversion (its output left as it was).
+template <typename Conversion>
+bool withoutExceptions(Conversion conversion)
+{
+    try {
+        return conversion();
+    } catch (...) {
+        return false;
+    }
+}
+
 } // namespace
 
 bool ChangeMfaToTxt(const QString& mfaPath)
 {
-    return exportPoints(mfaPath, ConversionProgress());
+    return withoutExceptions([&] { return exportPoints(mfaPath, ConversionProgress()); });
 }
 
 bool ChangeMfaToTxt(const QString& mfaPath, const ConversionProgress& progress)
 {
-    return exportPoints(mfaPath, progress);
+    return withoutExceptions([&] { return exportPoints(mfaPath, progress); });
 }
 
 bool ChangeTxtToMfa(const QString& mfaPath)
 {
-    return importPoints(mfaPath, ConversionProgress());
+    return withoutExceptions([&] { return importPoints(mfaPath, ConversionProgress()); });
 }
 
 bool ChangeTxtToMfa(const QString& mfaPath, const ConversionProgress& progress)
 {
-    return importPoints(mfaPath, progress);
+    return withoutExceptions([&] { return importPoints(mfaPath, progress); });
 }
 
 } // namespace OrvInterface

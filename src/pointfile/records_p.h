@@ -23,6 +23,18 @@ struct Layout
     unsigned int meaning = 0;
 };
 
+// The most bytes of text that a worker formats or parses at a time: a
+// line longer than that is read in pieces, and so is a descriptor. With at
+// most eight workers and two more blocks in flight it bounds what a
+// conversion holds in memory (a few MiB; at most 50 MiB with eight workers
+// and text of empty lines), whatever the size of the files; smaller blocks
+// cost more in handing them over than they save.
+constexpr qint64 kBlockSize = 1 << 20;
+// A smaller file is cut into this many blocks at least (blocks of at least
+// kMinBlockSize), so that its progress is reported about once per percent.
+constexpr qint64 kMinBlocks = 128;
+constexpr qint64 kMinBlockSize = 16 << 10;
+
 // The longest line a record gives: "x=65535,y=65535\n".
 constexpr int kMaxLineLength = 16;
 // Formatting stores eight bytes at a time: the text of a block needs this
