@@ -18,6 +18,7 @@ namespace {
 
 constexpr int kStartTimeoutMs = 300000;
 constexpr int kCalibrationRuns = 3;
+constexpr quint32 kMinWindowUs = 1000;
 
 QString describe(const QByteArray& content, const KillTest& test, const QByteArray& newContent)
 {
@@ -132,6 +133,11 @@ KillReport killDuringWrites(const KillTest& test)
         report.writeMs = run == 0 ? elapsedMs : qMin(report.writeMs, elapsedMs);
     }
 
+    // Kills land within this window after the marker. A kill that comes
+    // after the child's own exit (the machine got quicker than while it was
+    // measured: the caches warm, other tests ended) narrows it, so that most
+    // kills still land while the child writes.
+    quint32 windowUs = quint32(report.writeMs) * 1000u;
     QRandomGenerator random(test.seed);
     for (int i = 0; i < test.kills; ++i) {
         if (!TestFiles::writeFile(test.target, test.oldContent)) {
@@ -144,13 +150,15 @@ KillReport killDuringWrites(const KillTest& test)
             continue;
         }
 
-        const quint32 delayUs = random.bounded(quint32(report.writeMs) * 1000u + 1u);
+        const quint32 delayUs = random.bounded(windowUs + 1u);
         QThread::usleep(delayUs);
         child.kill(SIGKILL);
         child.waitForFinished(kStartTimeoutMs);
         ++report.kills;
         if (child.result().termSignal == SIGKILL)
             ++report.killedDuringWrite;
+        else
+            windowUs = qMax(kMinWindowUs, qMin(windowUs, delayUs) * 3 / 4);
 
         const QByteArray content = TestFiles::readFile(test.target);
         if (content == test.oldContent)

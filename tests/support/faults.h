@@ -54,8 +54,8 @@ struct KillReport
 
 // Runs the child to the end a few times (its result is the new content),
 // then kills it test.kills times, each time at a random moment between its
-// marker and the time the quickest whole write took, then runs it to the
-// end once more.
+// marker and the time the quickest whole write took (less, after a kill that
+// came too late), then runs it to the end once more.
 KillReport killDuringWrites(const KillTest& test);
 
 // From now on, writes of this process past bytes fail as on a full disk
