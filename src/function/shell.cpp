@@ -36,8 +36,11 @@ void readBoth(int out, int err, QByteArray* output, QByteArray* errors)
     QByteArray* targets[2] = {output, errors};
     char buffer[4096];
     while (pipes[0].fd >= 0 || pipes[1].fd >= 0) {
-        if (::poll(pipes, 2, -1) < 0 && errno != EINTR)
+        if (::poll(pipes, 2, -1) < 0) {
+            if (errno == EINTR)
+                continue; // revents are not set: reading now could block
             return;
+        }
         for (int i = 0; i < 2; ++i) {
             if (pipes[i].fd < 0 || pipes[i].revents == 0)
                 continue;
