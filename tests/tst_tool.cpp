@@ -500,6 +500,20 @@ void TestTool::pointFileInfo()
              qPrintable(result.out));
     QVERIFY2(result.out.contains(QStringLiteral("(matches)")), qPrintable(result.out));
 
+    // A descriptor longer than a page, its codes at its end: read to its NUL.
+    contents = Mfa::Contents();
+    contents.descriptor = QByteArray(6000, '-') + " Unit:1 Valid:3 Endian:L";
+    contents.records = QByteArray(5, '\x07');
+    contents.dataOffset = 6148; // past the descriptor's NUL
+    QVERIFY(TestFiles::writeFile(mfa, Mfa::mfaFile(contents)));
+    result = run({QStringLiteral("mfa-info"), mfa});
+    QCOMPARE(result.exitCode, 0);
+    QVERIFY2(result.out.contains(QRegularExpression(QStringLiteral("Descriptor: +-{200}\\.\\.\\. \\(6024 characters\\)\n"))),
+             qPrintable(result.out));
+    QVERIFY2(result.out.contains(QRegularExpression(QStringLiteral("Unit: +1 bytes per record\n"))), qPrintable(result.out));
+    QVERIFY(result.out.contains(QRegularExpression(QStringLiteral("Records: +5 \\(lines that mfa2txt writes\\)\n"))));
+    QVERIFY2(result.out.contains(QStringLiteral("(matches)")), qPrintable(result.out));
+
     QVERIFY(TestFiles::writeFile(mfa, QByteArray(10, '\x01')));
     result = run({QStringLiteral("mfa-info"), mfa});
     QCOMPARE(result.exitCode, 0);

@@ -28,7 +28,7 @@ constexpr int kCrcField = 12;         // where this tool stores the checksum
 constexpr int kCrcRegionStart = 16;
 constexpr int kDescriptorOffset = 120;
 constexpr int kDataOffset = 256;
-constexpr qint64 kMaxFileSize = std::numeric_limits<int>::max() - 1; // what the library reads whole
+constexpr qint64 kMaxFileSize = std::numeric_limits<int>::max() - 1; // this tool makes the file in one QByteArray
 
 void putU32(QByteArray& file, int offset, quint32 value)
 {

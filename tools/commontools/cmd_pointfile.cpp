@@ -303,7 +303,33 @@ const char* const kMeaningNames[] = {
         "2 = x/y pairs, x in the high half (Meaning:y)",
 };
 
-constexpr int kHeaderBytes = 4096;
+constexpr int kHeaderBytes = 120;
+constexpr qint64 kDescriptorOffset = 120;
+// A longer descriptor is not read to its end (the conversions do).
+constexpr qint64 kMaxReadDescriptor = 16 << 20;
+// How much of a descriptor is printed.
+constexpr int kShownDescriptor = 200;
+
+// The NUL-terminated descriptor at kDescriptorOffset, read in pieces up to
+// its NUL or the end of the file; *cut is set when it goes on past
+// kMaxReadDescriptor.
+QByteArray descriptorOf(QFile& file, bool* cut)
+{
+    QByteArray descriptor;
+    *cut = false;
+    if (!file.seek(kDescriptorOffset))
+        return descriptor;
+    while (descriptor.size() < kMaxReadDescriptor) {
+        const QByteArray piece = file.read(64 << 10);
+        const int nul = piece.indexOf('\0');
+        descriptor += nul < 0 ? piece : piece.left(nul);
+        if (nul >= 0 || piece.isEmpty())
+            return descriptor;
+    }
+    *cut = true;
+    descriptor.truncate(int(kMaxReadDescriptor));
+    return descriptor;
+}
 
 // The checksum of length bytes from offset of file, read in pieces; false
 // when they cannot all be read.
@@ -391,13 +417,18 @@ int runMfaInfo(const QStringList& arguments)
     printField(QStringLiteral("Checksum offset"), QString::number(crcOffset));
     printField(QStringLiteral("Checksum length"), QString::number(crcLength) + QStringLiteral(" bytes from offset 16"));
 
-    const int nul = header.indexOf('\0', 120);
-    const QString descriptor = header.size() > 120 ? QString::fromLatin1(header.mid(120, nul < 0 ? -1 : nul - 120)) : QString();
-    printField(QStringLiteral("Descriptor"), descriptor.isEmpty() ? QStringLiteral("(none)") : descriptor);
+    bool cut = false;
+    const QString descriptor = QString::fromLatin1(descriptorOf(source, &cut));
+    QString shown = descriptor.isEmpty() ? QStringLiteral("(none)") : descriptor.left(kShownDescriptor);
+    if (cut)
+        shown += QStringLiteral("... (over 16 MiB: not read to its end)");
+    else if (descriptor.size() > kShownDescriptor)
+        shown += QStringLiteral("... (%1 characters)").arg(descriptor.size());
+    printField(QStringLiteral("Descriptor"), shown);
     unsigned int unit = 0, valid = 0, endian = 0, meaning = 0;
     if (descriptor.startsWith(QLatin1String("Format:txt"), Qt::CaseInsensitive)) {
         printField(QStringLiteral("Layout"), QStringLiteral("raw text payload"));
-    } else if (OrvInterface::GetAnalyticFormat(descriptor, unit, valid, endian, meaning)) {
+    } else if (!cut && OrvInterface::GetAnalyticFormat(descriptor, unit, valid, endian, meaning)) {
         printLayout(unit, valid, endian, meaning);
         printRecords(size, dataOffset, crcOffset, unit);
     } else {
