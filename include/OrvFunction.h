@@ -15,14 +15,16 @@
  * return nothing, log a warning instead. No function throws.
  *
  * @par Writes of CustomConfig.ini
- * storeLanguage, softwareVersion, the filter setters and setCustomConfig
- * write the user's settings so:
+ * storeLanguage, softwareVersion, the filter setters, setCustomConfig and
+ * setCustomConfigUtf8 write the user's settings so:
  *  - Once the call has returned, the file holds the new value, whole, and
  *    keeps it through a power cut (the file and its folder are synced);
  *    readers see the old file or the new one, never a mix.
  *  - A write that cannot be completed (a full disk, a folder that may not
  *    be written) leaves the file as it was and logs a warning (qWarning)
- *    that names the reason.
+ *    that names the reason. The one exception: when the folder cannot be
+ *    synced after the new file took its place, the file holds the new
+ *    value, and the warning says that it may not be on the disk yet.
  *  - Processes writing at once are served one after the other and lose
  *    nothing. A write waits at most about a second for the others; if one
  *    holds on longer, the write is not made, and says so in a warning.
@@ -36,8 +38,9 @@
  *    a killed writer left stay.
  *
  * @par Text in the settings
- * Text values are stored as Base64 of their Latin-1 bytes and read back as
- * UTF-8: only ASCII text comes back as it was written. See
+ * setCustomConfig() stores text as Base64 of its Latin-1 bytes, read back
+ * as UTF-8: only ASCII text comes back as it was written.
+ * setCustomConfigUtf8() and getCustomConfigUtf8() keep any text. See
  * @ref settings_convention.
  */
 #ifndef ORVFUNCTION_H

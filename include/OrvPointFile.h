@@ -7,7 +7,10 @@
  * Writes: a conversion replaces its output in one step. A process killed
  * during it leaves the old file or the whole new one, and once it has
  * returned true the new file keeps its content through a power cut (the
- * file and its folder are synced). The new content is written without a
+ * file and its folder are synced). One failure comes after the
+ * replacement: when the folder cannot be synced, the conversion returns
+ * false ("Failed to write the file.") with the new file in place, which a
+ * power cut may still undo. The new content is written without a
  * name or, on file systems without unnamed files, under the hidden name
  * ".commontools-<file>.XXXXXX" (six letters), which it also has for the
  * moment of the replacement. A process killed while the new content has
@@ -109,7 +112,8 @@ COMMONTOOLS_EXPORT bool ChangeMfaToTxt(const QString& mfaPath);
  * replaced only once the new content is complete.
  *
  * True, and nothing changed, when there is no text file or the descriptor
- * is empty or unusable (also "Format:txt"). False, with the file as it was,
+ * is empty or unusable ("Format:txt" too, unless it also holds the codes:
+ * then the text is imported as records). False, with the file as it was,
  * when the text file cannot be opened ("Failed to open the file.") or is
  * empty ("File size error."), when the ".mfa" file cannot be opened
  * ("Failed to open the file."), is empty ("File size error.") or cannot be

@@ -47,7 +47,8 @@ void writeUtf8Value(QSettings& settings, const QString& key, const QString& text
  * that name too. The copy is read back (QSettings does not always notice a
  * failed write), synced, renamed over the file, and the folder is synced.
  *
- * Writers in several processes are serialised by flock() on the lock file
+ * Writers in several processes are serialised by a lock (an open file
+ * description lock, which NFS honours too) on the lock file
  * ".commontools-<file>.lock" beside it, which every writer holds while a
  * private file of its exists: files with the private prefix found under
  * the lock were left by a writer that died, and are removed. A writer waits
