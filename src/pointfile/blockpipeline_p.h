@@ -14,7 +14,7 @@
 #include <condition_variable>
 #include <functional>
 #include <mutex>
-#include <system_error>
+#include <algorithm>
 #include <thread>
 #include <vector>
 
@@ -35,12 +35,14 @@ public:
     {
         // Where no more threads can be had (a limit of processes, a 32-bit
         // address space), the ones that started do the work; with none,
-        // submit() does it.
+        // submit() does it. Nothing may leave the loop as an exception:
+        // the destructor would not run to join the threads that started.
+        m_threads.reserve(size_t(std::max(threads, 0)));
         for (int i = 0; i < threads; ++i) {
             try {
                 m_threads.emplace_back([this] { runWorker(); });
-            } catch (const std::system_error&) {
-                break;
+            } catch (...) {
+                break; // std::system_error, or std::bad_alloc for its state
             }
         }
     }

@@ -12,7 +12,9 @@
 // same return values, the same messages in the same order. Where reading
 // whole would have found a reason to fail before writing anything (a wrong
 // checksum on export, a wrong number of lines on import), that reason is
-// still the one reported, even when writing failed first.
+// still the one reported, even when writing failed first. Memory that
+// cannot be had is the exception: the conversion stops there, and reports
+// that it could not write the file.
 
 #include "OrvPointFile.h"
 

@@ -137,7 +137,8 @@ KillReport killDuringWrites(const KillTest& test)
     // after the child's own exit (the machine got quicker than while it was
     // measured: the caches warm, other tests ended) narrows it, so that most
     // kills still land while the child writes.
-    quint32 windowUs = quint32(report.writeMs) * 1000u;
+    const quint32 calibratedUs = quint32(report.writeMs) * 1000u;
+    quint32 windowUs = calibratedUs;
     QRandomGenerator random(test.seed);
     for (int i = 0; i < test.kills; ++i) {
         if (!TestFiles::writeFile(test.target, test.oldContent)) {
@@ -150,15 +151,18 @@ KillReport killDuringWrites(const KillTest& test)
             continue;
         }
 
+        QElapsedTimer sinceMarker;
+        sinceMarker.start();
         const quint32 delayUs = random.bounded(windowUs + 1u);
         QThread::usleep(delayUs);
+        const quint32 waitedUs = quint32(sinceMarker.nsecsElapsed() / 1000);
         child.kill(SIGKILL);
         child.waitForFinished(kStartTimeoutMs);
         ++report.kills;
         if (child.result().termSignal == SIGKILL)
             ++report.killedDuringWrite;
         else
-            windowUs = qMax(kMinWindowUs, qMin(windowUs, delayUs) * 3 / 4);
+            windowUs = qMax(qMax(kMinWindowUs, calibratedUs / 4), qMin(windowUs, waitedUs) * 3 / 4);
 
         const QByteArray content = TestFiles::readFile(test.target);
         if (content == test.oldContent)

@@ -319,7 +319,7 @@ QByteArray descriptorOf(QFile& file, bool* cut)
     *cut = false;
     if (!file.seek(kDescriptorOffset))
         return descriptor;
-    while (descriptor.size() < kMaxReadDescriptor) {
+    while (descriptor.size() <= kMaxReadDescriptor) {
         const QByteArray piece = file.read(64 << 10);
         const int nul = piece.indexOf('\0');
         descriptor += nul < 0 ? piece : piece.left(nul);
@@ -428,7 +428,9 @@ int runMfaInfo(const QStringList& arguments)
     unsigned int unit = 0, valid = 0, endian = 0, meaning = 0;
     if (descriptor.startsWith(QLatin1String("Format:txt"), Qt::CaseInsensitive)) {
         printField(QStringLiteral("Layout"), QStringLiteral("raw text payload"));
-    } else if (!cut && OrvInterface::GetAnalyticFormat(descriptor, unit, valid, endian, meaning)) {
+    } else if (cut) {
+        printField(QStringLiteral("Layout"), QStringLiteral("(descriptor not read to its end)"));
+    } else if (OrvInterface::GetAnalyticFormat(descriptor, unit, valid, endian, meaning)) {
         printLayout(unit, valid, endian, meaning);
         printRecords(size, dataOffset, crcOffset, unit);
     } else {
