@@ -57,7 +57,9 @@ void writeUtf8Value(QSettings& settings, const QString& key, const QString& text
  * dead one is removed).
  *
  * True when the file holds the change (or nothing was to be done); false
- * after a warning that names the reason, the file being as it was.
+ * after a warning that names the reason, the file being as it was, but
+ * for one case: when the folder cannot be synced after the rename, the
+ * file is new and perhaps not yet on the disk.
  */
 bool changeSettings(const QString& path, const std::function<void(QSettings&)>& change, bool onlyIfExists = false);
 

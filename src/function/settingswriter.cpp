@@ -11,7 +11,7 @@
 #include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <utility>
+#include <atomic>
 
 namespace OrvInterface {
 
@@ -190,8 +190,8 @@ QString changeUnderLock(const QFileInfo& target, const std::function<void(QSetti
     case OwnFiles::LockState::Busy:
         return QStringLiteral("another process has held its lock for %1 ms").arg(kLockWaitMs);
     case OwnFiles::LockState::Unsupported:
-        static bool told = false;
-        if (!std::exchange(told, true))
+        static std::atomic_bool told{false};
+        if (!told.exchange(true))
             qWarning().noquote() << QStringLiteral("CustomConfig.ini: no locks on the file system of %1: "
                                                    "writes of other processes are not kept apart")
                                             .arg(QFile::decodeName(folder));
@@ -226,8 +226,9 @@ bool changeSettings(const QString& path, const std::function<void(QSettings&)>& 
     // the file is new (they may be new too); the other writers need not
     // wait for it.
     if (!OwnFiles::syncFolder(QFile::encodeName(target.absolutePath()), created)) {
+        const int error = errno; // before the warning allocates
         qWarning().noquote() << QStringLiteral("CustomConfig.ini: %1 was changed, but may not be on the disk: %2")
-                                        .arg(path, OwnFiles::errorText(errno));
+                                        .arg(path, OwnFiles::errorText(error));
         return false;
     }
     return true;

@@ -98,7 +98,13 @@ bool ReplacingFile::openUnnamed(int mode)
     if (::access("/proc/self/fd", X_OK) != 0)
         return false;
     m_fd = ::open(m_folder.constData(), O_TMPFILE | O_WRONLY | O_CLOEXEC, mode);
-    return m_fd >= 0 && ::flock(m_fd, LOCK_EX | LOCK_NB) == 0;
+    if (m_fd < 0)
+        return false;
+    if (::flock(m_fd, LOCK_EX | LOCK_NB) == 0)
+        return true;
+    ::close(m_fd); // the named way is tried next
+    m_fd = -1;
+    return false;
 }
 
 // A named staging file is the writer's only once it holds its lock and
@@ -113,12 +119,21 @@ bool ReplacingFile::openNamed(int mode)
         });
         if (path.isEmpty())
             return false;
-        if (::flock(m_fd, LOCK_EX | LOCK_NB) == 0 && namesIt(m_fd, path)) {
+        const bool locked = ::flock(m_fd, LOCK_EX | LOCK_NB) == 0;
+        if (locked && namesIt(m_fd, path)) {
             m_named = path;
             return true;
         }
+        // Without locks (an NFS mount whose lock service is down) no name
+        // will do: the file just made goes again, if the name still leads
+        // to it, and the write fails.
+        const bool noLocks = !locked && errno != EWOULDBLOCK;
+        if (noLocks && namesIt(m_fd, path))
+            ::unlink(path.constData());
         ::close(m_fd);
         m_fd = -1;
+        if (noLocks)
+            return false;
     }
     return false;
 }
