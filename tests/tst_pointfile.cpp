@@ -305,6 +305,8 @@ private slots:
     void sameAsReferenceOnLayouts();
     void sameAsReferenceOnLines_data();
     void sameAsReferenceOnLines();
+    void sameAsReferenceAfterPlainLines_data();
+    void sameAsReferenceAfterPlainLines();
     void sameAsReferenceOnLongDescriptors_data();
     void sameAsReferenceOnLongDescriptors();
 
@@ -1282,6 +1284,39 @@ void TestPointFile::sameAsReferenceOnLines()
                          Direction::Import);
     compareWithReference(Mfa::mfaFile(descriptor(3, '3', 'B', meaning), QByteArray(lineCount(text) * 3, '\x33')), text,
                          Direction::Import);
+}
+
+void TestPointFile::sameAsReferenceAfterPlainLines_data()
+{
+    QTest::addColumn<QByteArray>("ending");
+
+    QTest::newRow("line end") << QByteArray("\n");
+    QTest::newRow("CR LF") << QByteArray("\r\n");
+    QTest::newRow("letter") << QByteArray("a\n");
+    QTest::newRow("blank") << QByteArray(" \n");
+    QTest::newRow("NUL") << QByteArray("\0" "9\n", 3);
+    QTest::newRow("CR") << QByteArray("\r");
+}
+
+// Plain lines of digits are read by a quicker path until the first line
+// that is anything else: values of every length there, then a line of
+// each length with the ending, with more text after it.
+void TestPointFile::sameAsReferenceAfterPlainLines()
+{
+    QFETCH(QByteArray, ending);
+
+    const QByteArray plain = "7\n12345678\n123456789\n4294967295\n4294967296\n9999999999\n0000000000\n99999999\n"
+                             "999999999\n0000000001\n";
+    const QByteArray digits = "12345678901234";
+    for (int length = 0; length <= digits.size(); ++length) {
+        const QByteArray text = plain + digits.left(length) + ending + "4000000000\n4000000000\n4000000000";
+        compareWithReference(Mfa::mfaFile(descriptor(4, '3', 'L', 0), QByteArray(lineCount(text) * 4, '\x33')), text,
+                             Direction::Import);
+        compareWithReference(Mfa::mfaFile(descriptor(2, '3', 'B', 0), QByteArray(lineCount(text) * 2, '\x33')), text,
+                             Direction::Import);
+        if (QTest::currentTestFailed())
+            QFAIL(qPrintable(QStringLiteral("with %1 digits").arg(length)));
+    }
 }
 
 void TestPointFile::sameAsReferenceOnLongDescriptors_data()
