@@ -511,12 +511,13 @@ constexpr int kLineBatch = 64;
 
 // A line of one to ten digits and "\n" at p, with 16 bytes readable there:
 // p then stands after it. The digits end where the first non-digit is, so
-// that the line end needs no search of its own. Nine or ten digits take a
-// branch each rather than a count: the next line's start is then predicted
-// instead of waiting for this line's bytes, and lines overlap.
+// that the line end needs no search of its own. Eight, nine and ten digits
+// are told apart by a branch each, not by where the first non-digit is:
+// the next line's start is then predicted instead of waiting for this
+// line's bytes, and the reading of consecutive lines overlaps.
 Q_ALWAYS_INLINE bool plainLine(const char*& p, quint32* value)
 {
-    constexpr quint64 kLineEnd = '\n' ^ '0'; // a byte of the words below
+    constexpr quint64 kLineEnd = '\n' ^ '0'; // "\n" after the XOR with kAsciiZeros
     const quint64 first = loadWord(p) ^ kAsciiZeros;
     const quint64 firstOthers = nonDigits(first);
     if (Q_LIKELY(firstOthers == 0)) {
