@@ -315,16 +315,37 @@ Q_ALWAYS_INLINE quint32 eightDigitsValue(quint64 digits)
     return quint32(digits);
 }
 
+Q_ALWAYS_INLINE quint64 loadWord(const char* p)
+{
+    quint64 word;
+    std::memcpy(&word, p, sizeof word);
+    return qFromLittleEndian(word);
+}
+
+// The high bit of each byte of digits (byte values after '0' was taken
+// away) that is not a digit; exact up to the first such byte.
+Q_ALWAYS_INLINE quint64 nonDigits(quint64 digits)
+{
+    return (digits | (digits + 0x7676767676767676ull)) & 0x8080808080808080ull;
+}
+
+// The value of eight digits (as eightDigitsValue() takes them) and of the
+// first extra (0 to 2) of more; above 32 bits, 0, as too large a value reads.
+Q_ALWAYS_INLINE quint32 tenDigitsValue(quint64 digits, quint64 more, int extra)
+{
+    const quint64 tail = extra == 2 ? (more & 0xFF) * 10 + ((more >> 8) & 0xFF) : extra == 1 ? (more & 0xFF) : 0;
+    const quint64 v = quint64(eightDigitsValue(digits)) * kPowersOfTen[extra] + tail;
+    return v <= 0xFFFFFFFFu ? quint32(v) : 0;
+}
+
 // One to ten digits at p, which then stands after them.
 Q_ALWAYS_INLINE bool readDigits(const char*& p, const char* end, quint32* value)
 {
     if (end - p >= 16) {
         // Eight bytes at once: the first that is not a digit ends the run.
         // (A byte's carry reaches only bytes after the first non-digit.)
-        quint64 word;
-        std::memcpy(&word, p, sizeof word);
-        const quint64 digits = qFromLittleEndian(word) ^ kAsciiZeros;
-        const quint64 others = (digits | (digits + 0x7676767676767676ull)) & 0x8080808080808080ull;
+        const quint64 digits = loadWord(p) ^ kAsciiZeros;
+        const quint64 others = nonDigits(digits);
         if (others) {
             const int count = __builtin_ctzll(others) / 8;
             if (count == 0)
@@ -334,17 +355,12 @@ Q_ALWAYS_INLINE bool readDigits(const char*& p, const char* end, quint32* value)
             return true;
         }
         // Eight digits: at most two more may follow.
-        std::memcpy(&word, p + 8, sizeof word);
-        const quint64 more = qFromLittleEndian(word) ^ kAsciiZeros;
-        const quint64 moreOthers = (more | (more + 0x7676767676767676ull)) & 0x8080808080808080ull;
+        const quint64 more = loadWord(p + 8) ^ kAsciiZeros;
+        const quint64 moreOthers = nonDigits(more);
         const int extra = moreOthers ? __builtin_ctzll(moreOthers) / 8 : 8;
         if (extra > 2)
             return false;
-        const quint64 first = more & 0xFF;
-        const quint64 second = (more >> 8) & 0xFF;
-        const quint64 tail = extra == 2 ? first * 10 + second : extra == 1 ? first : 0;
-        const quint64 v = quint64(eightDigitsValue(digits)) * kPowersOfTen[extra] + tail;
-        *value = v <= 0xFFFFFFFFu ? quint32(v) : 0;
+        *value = tenDigitsValue(digits, more, extra);
         p += 8 + extra;
         return true;
     }
@@ -429,20 +445,6 @@ Q_ALWAYS_INLINE void encodeRecord(quint32 value, uchar* out)
     std::memcpy(out, &word, size_t(kEncodeRows[RowIndex].unit));
 }
 
-Q_ALWAYS_INLINE quint64 loadWord(const char* p)
-{
-    quint64 word;
-    std::memcpy(&word, p, sizeof word);
-    return qFromLittleEndian(word);
-}
-
-// The high bit of each byte of digits (byte values after '0' was taken
-// away) that is not a digit; exact up to the first such byte.
-Q_ALWAYS_INLINE quint64 nonDigits(quint64 digits)
-{
-    return (digits | (digits + 0x7676767676767676ull)) & 0x8080808080808080ull;
-}
-
 // The high bit of each byte of word that is a line end, exactly.
 Q_ALWAYS_INLINE quint64 lineEnds(quint64 word)
 {
@@ -477,9 +479,7 @@ Q_ALWAYS_INLINE bool digitsValue(const char* p, qint64 count, quint32* value)
     const quint64 more = loadWord(p + 8) ^ kAsciiZeros;
     if (nonDigits(first) || (nonDigits(more) & kFirstBytes[count - 8]))
         return false;
-    const quint64 tail = count == 10 ? (more & 0xFF) * 10 + ((more >> 8) & 0xFF) : (more & 0xFF);
-    const quint64 v = quint64(eightDigitsValue(first)) * kPowersOfTen[count - 8] + tail;
-    *value = v <= 0xFFFFFFFFu ? quint32(v) : 0;
+    *value = tenDigitsValue(first, more, int(count - 8));
     return true;
 }
 
