@@ -17,6 +17,7 @@
 #include <QThread>
 
 #include <csignal>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -74,6 +75,7 @@ private slots:
     void mfaNewMakesTheGuidesExample();
     void mfaNewRefuses_data();
     void mfaNewRefuses();
+    void mfaNewReplacesNothing();
     void settingsCommands();
     void systemCommands();
     void bench_data();
@@ -570,6 +572,14 @@ void TestTool::mfaNew()
     QVERIFY2(result.out.startsWith(QStringLiteral("Wrote %1: ").arg(mfa)), qPrintable(result.out));
     const QByteArray file = TestFiles::readFile(mfa);
     QCOMPARE(file.size(), size);
+    // Made as any new file, not private.
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    struct stat status;
+    QCOMPARE(::stat(QFile::encodeName(mfa).constData(), &status), 0);
+    QCOMPARE(status.st_mode & 0777, 0666 & ~mask);
+    QCOMPARE(QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot).size(),
+             source.first() == QLatin1String("text") ? 2 : 1);
     QCOMPARE(Mfa::getU32(file, 0), Mfa::kMfaMagic);
     QCOMPARE(Mfa::getU32(file, 12), Mfa::expectedCrc(file));
     QCOMPARE(file.mid(120, descriptor.size() + 1), descriptor.toLatin1() + '\0');
@@ -680,6 +690,27 @@ void TestTool::mfaNewRefuses()
     QVERIFY(!QFileInfo::exists(folder + QStringLiteral("/new.mfa")));
     QCOMPARE(TestFiles::readFile(folder + QStringLiteral("/existing.mfa")), existing);
     QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden).size(), 3);
+}
+
+// Whatever is at the new file's name by the time it is written (here a
+// symbolic link to nothing, which the check before does not see) stays.
+void TestTool::mfaNewReplacesNothing()
+{
+    const QString folder = m_dir.filePath(QStringLiteral("replaces-nothing"));
+    QVERIFY(QDir().mkpath(folder));
+    const QString mfa = folder + QStringLiteral("/new.mfa");
+    const QString linkTarget = folder + QStringLiteral("/elsewhere.mfa");
+    QVERIFY(QFile::link(linkTarget, mfa));
+
+    const Result result = run({QStringLiteral("mfa-new"), QStringLiteral("Unit:4 Valid:3 Endian:L"), mfa,
+                               QStringLiteral("--records"), QStringLiteral("3")});
+    QCOMPARE(result.exitCode, 1);
+    QVERIFY2(result.err.contains(QStringLiteral("%1 exists already").arg(mfa)), qPrintable(result.err));
+    QCOMPARE(QFileInfo(mfa).symLinkTarget(), linkTarget);
+    QVERIFY(!QFileInfo::exists(linkTarget));
+    // Nothing left beside it.
+    QCOMPARE(QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot),
+             QStringList{QStringLiteral("new.mfa")});
 }
 
 void TestTool::settingsCommands()

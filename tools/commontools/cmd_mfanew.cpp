@@ -16,8 +16,14 @@
 #include <QFileInfo>
 #include <QSaveFile>
 #include <QTemporaryDir>
+#include <QTemporaryFile>
 
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
 #include <limits>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace Tool {
 
@@ -77,6 +83,59 @@ bool writeFile(const QString& path, const QByteArray& content, QString* error)
         return false;
     }
     return true;
+}
+
+enum class NewFile { Written, Exists, Failed };
+
+// 0, or the errno of what failed.
+int syncFolder(const QString& folder)
+{
+    const int fd = ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0)
+        return errno;
+    const int failure = ::fsync(fd) == 0 || errno == EINVAL ? 0 : errno; // some file systems cannot sync a folder
+    ::close(fd);
+    return failure;
+}
+
+// A new file at path with content, whole or not at all. The file is made
+// beside it and renamed into place by a rename that refuses to replace
+// whatever is at path by then (a file made since it was checked, a
+// symbolic link even to nothing), which a check beforehand cannot promise.
+NewFile writeNewFile(const QString& path, const QByteArray& content, QString* error)
+{
+    const QFileInfo target(path);
+    QTemporaryFile staging(target.absolutePath() + QStringLiteral("/.") + target.fileName()
+                           + QStringLiteral(".mfa-new-XXXXXX"));
+    if (!staging.open() || staging.write(content) != content.size() || !staging.flush()) {
+        *error = staging.errorString();
+        return NewFile::Failed;
+    }
+    // As any new file is made, not private as a temporary one (one thread
+    // runs here: umask can be read by setting it back).
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    if (::fchmod(staging.handle(), 0666 & ~mask) != 0 || ::fsync(staging.handle()) != 0) {
+        *error = qt_error_string(errno);
+        return NewFile::Failed;
+    }
+    const QByteArray from = QFile::encodeName(staging.fileName());
+    const QByteArray to = QFile::encodeName(target.absoluteFilePath());
+    int result = ::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE);
+    if (result == 0)
+        staging.setAutoRemove(false);
+    else if (errno == EINVAL || errno == ENOSYS)
+        result = ::link(from.constData(), to.constData()); // as exclusive, where that rename is missing (NFS)
+    if (result != 0) {
+        const int failure = errno;
+        *error = qt_error_string(failure);
+        return failure == EEXIST ? NewFile::Exists : NewFile::Failed;
+    }
+    if (const int failure = syncFolder(target.absolutePath())) {
+        *error = QStringLiteral("it is in place, but its folder could not be synced: %1").arg(qt_error_string(failure));
+        return NewFile::Failed;
+    }
+    return NewFile::Written;
 }
 
 } // namespace
@@ -172,8 +231,14 @@ int runMfaNew(const QStringList& arguments)
     }
 
     QString error;
-    if (!writeFile(mfa, file, &error))
+    switch (writeNewFile(mfa, file, &error)) {
+    case NewFile::Exists:
+        return fail(QStringLiteral("%1 exists already").arg(mfa));
+    case NewFile::Failed:
         return fail(QStringLiteral("cannot write %1: %2").arg(mfa, error));
+    case NewFile::Written:
+        break;
+    }
     out() << "Wrote " << mfa << ": " << count << (count == 1 ? " record" : " records") << " of " << unit
           << (unit == 1 ? " byte" : " bytes") << Qt::endl;
     return Success;
