@@ -76,6 +76,11 @@ private slots:
     void mfaNewRefuses_data();
     void mfaNewRefuses();
     void mfaNewReplacesNothing();
+    void mfaNewFollowsTheKernelsPath();
+#ifdef COMMONTOOLS_MISSING_CALLS
+    void mfaNewWithoutTheUsualCalls_data();
+    void mfaNewWithoutTheUsualCalls();
+#endif
     void settingsCommands();
     void systemCommands();
     void bench_data();
@@ -86,10 +91,11 @@ private:
     static QString toolPath() { return TestFiles::locate("COMMONTOOLS_TEST_TOOL", COMMONTOOLS_TOOL_PATH); }
 
     // Runs the tool with the test's own application name.
-    Result run(const QStringList& arguments) const
+    Result run(const QStringList& arguments, const QMap<QString, QString>& environment = {}) const
     {
         TestProcess::Options options;
         options.arguments = QStringList{QStringLiteral("--ini"), m_appIni} + arguments;
+        options.setEnvironment = environment;
         // Its output in UTF-8, whatever the test's locale.
         options.setEnvironment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
         const TestProcess::Result run = TestProcess::run(toolPath(), options);
@@ -567,17 +573,18 @@ void TestTool::mfaNew()
     } else {
         arguments += source;
     }
+    // Made as any new file is, not private: under a umask that leaves
+    // the group's bits.
+    const mode_t mask = ::umask(0002);
     Result result = run(arguments);
+    ::umask(mask);
     QCOMPARE(result.exitCode, 0);
     QVERIFY2(result.out.startsWith(QStringLiteral("Wrote %1: ").arg(mfa)), qPrintable(result.out));
     const QByteArray file = TestFiles::readFile(mfa);
     QCOMPARE(file.size(), size);
-    // Made as any new file, not private.
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
     struct stat status;
     QCOMPARE(::stat(QFile::encodeName(mfa).constData(), &status), 0);
-    QCOMPARE(status.st_mode & 0777, 0666 & ~mask);
+    QCOMPARE(status.st_mode & 0777, 0664u);
     QCOMPARE(QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot).size(),
              source.first() == QLatin1String("text") ? 2 : 1);
     QCOMPARE(Mfa::getU32(file, 0), Mfa::kMfaMagic);
@@ -712,6 +719,83 @@ void TestTool::mfaNewReplacesNothing()
     QCOMPARE(QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot),
              QStringList{QStringLiteral("new.mfa")});
 }
+
+// A name through a symbolic link and ".." is where the kernel finds it,
+// for the check and the write alike.
+void TestTool::mfaNewFollowsTheKernelsPath()
+{
+    const QString folder = m_dir.filePath(QStringLiteral("kernels-path"));
+    QVERIFY(QDir().mkpath(folder + QStringLiteral("/other/deeper")));
+    QVERIFY(QFile::link(folder + QStringLiteral("/other/deeper"), folder + QStringLiteral("/link")));
+    const QString mfa = folder + QStringLiteral("/link/../new.mfa"); // other/new.mfa
+
+    Result result = run({QStringLiteral("mfa-new"), QStringLiteral("Unit:1 Valid:3 Endian:L"), mfa,
+                         QStringLiteral("--records"), QStringLiteral("2")});
+    QCOMPARE(result.exitCode, 0);
+    QCOMPARE(TestFiles::readFile(folder + QStringLiteral("/other/new.mfa")).size(), 258);
+    QVERIFY(!QFileInfo::exists(folder + QStringLiteral("/new.mfa")));
+
+    result = run({QStringLiteral("mfa-new"), QStringLiteral("Unit:1 Valid:3 Endian:L"), mfa, QStringLiteral("--records"),
+                  QStringLiteral("5")});
+    QCOMPARE(result.exitCode, 1);
+    QVERIFY2(result.err.contains(QStringLiteral("exists already")), qPrintable(result.err));
+    QCOMPARE(TestFiles::readFile(folder + QStringLiteral("/other/new.mfa")).size(), 258);
+    QCOMPARE(QDir(folder + QStringLiteral("/other")).entryList(QDir::Files | QDir::Hidden),
+             QStringList{QStringLiteral("new.mfa")});
+}
+
+#ifdef COMMONTOOLS_MISSING_CALLS
+void TestTool::mfaNewWithoutTheUsualCalls_data()
+{
+    QTest::addColumn<QString>("missing");
+
+    QTest::newRow("no rename that refuses to replace (NFS)") << QStringLiteral("renameat2");
+    QTest::newRow("nor hard links") << QStringLiteral("renameat2 linkat");
+}
+
+// Where a file system lacks them, the new file is still put in place
+// whole, and still replaces nothing.
+void TestTool::mfaNewWithoutTheUsualCalls()
+{
+    QFETCH(QString, missing);
+    if (!TestProcess::emulatorCommand().isEmpty())
+        QSKIP("the calls would be taken from the emulator, not from the tool");
+
+    const QString folder = m_dir.filePath(QStringLiteral("without-") + folderName(QTest::currentDataTag()));
+    QVERIFY(QDir().mkpath(folder));
+    QMap<QString, QString> environment{{QStringLiteral("LD_PRELOAD"), QStringLiteral(COMMONTOOLS_MISSING_CALLS)},
+                                       {QStringLiteral("COMMONTOOLS_TEST_MISSING_CALLS"), missing}};
+    // Under AddressSanitizer its runtime is not loaded first then.
+    const QString asanOptions = qEnvironmentVariable("ASAN_OPTIONS");
+    environment.insert(QStringLiteral("ASAN_OPTIONS"),
+                       asanOptions + (asanOptions.isEmpty() ? "" : ":") + QStringLiteral("verify_asan_link_order=0"));
+    const QString mfa = folder + QStringLiteral("/new.mfa");
+    const QStringList make{QStringLiteral("mfa-new"), QStringLiteral("Unit:2 Valid:3 Endian:L"), mfa,
+                           QStringLiteral("--records"), QStringLiteral("3")};
+
+    Result result = run(make, environment);
+    QCOMPARE(result.exitCode, 0);
+    const QByteArray file = TestFiles::readFile(mfa);
+    QCOMPARE(file.size(), 262);
+    QCOMPARE(Mfa::getU32(file, 12), Mfa::expectedCrc(file));
+
+    result = run(make, environment);
+    QCOMPARE(result.exitCode, 1);
+    QVERIFY2(result.err.contains(QStringLiteral("%1 exists already").arg(mfa)), qPrintable(result.err));
+    QCOMPARE(TestFiles::readFile(mfa), file);
+
+    const QString linked = folder + QStringLiteral("/linked.mfa");
+    QVERIFY(QFile::link(folder + QStringLiteral("/nowhere.mfa"), linked));
+    result = run({QStringLiteral("mfa-new"), QStringLiteral("Unit:2 Valid:3 Endian:L"), linked,
+                  QStringLiteral("--records"), QStringLiteral("3")},
+                 environment);
+    QCOMPARE(result.exitCode, 1);
+    QVERIFY2(result.err.contains(QStringLiteral("%1 exists already").arg(linked)), qPrintable(result.err));
+    QVERIFY(QFileInfo(linked).isSymLink());
+    QCOMPARE(QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot),
+             (QStringList{QStringLiteral("linked.mfa"), QStringLiteral("new.mfa")}));
+}
+#endif
 
 void TestTool::settingsCommands()
 {

@@ -15,8 +15,8 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
+#include <QRandomGenerator>
 #include <QTemporaryDir>
-#include <QTemporaryFile>
 
 #include <cerrno>
 #include <cstdio>
@@ -85,55 +85,116 @@ bool writeFile(const QString& path, const QByteArray& content, QString* error)
     return true;
 }
 
-enum class NewFile { Written, Exists, Failed };
+enum class NewFile { Written, Exists, Unsynced, Failed };
 
-// 0, or the errno of what failed.
-int syncFolder(const QString& folder)
+// Closes a descriptor when it goes.
+struct Descriptor
 {
-    const int fd = ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0)
+    int fd = -1;
+    ~Descriptor()
+    {
+        if (fd >= 0)
+            ::close(fd);
+    }
+};
+
+bool writeAll(int fd, const QByteArray& content)
+{
+    for (qint64 done = 0; done < content.size();) {
+        const ssize_t written = ::write(fd, content.constData() + done, size_t(content.size() - done));
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0) {
+            if (written == 0)
+                errno = EIO; // no progress: not waited for again
+            return false;
+        }
+        done += written;
+    }
+    return true;
+}
+
+// What a file system says of an operation it does not have.
+bool unsupported(int error)
+{
+    return error == EINVAL || error == ENOSYS || error == EPERM || error == EOPNOTSUPP;
+}
+
+// Removes name from folder only while it is still the file open as fd:
+// a file made here, not one that took its name since.
+void removeOwn(int folder, const QByteArray& name, int fd)
+{
+    struct stat own;
+    struct stat found;
+    if (::fstat(fd, &own) == 0 && ::fstatat(folder, name.constData(), &found, AT_SYMLINK_NOFOLLOW) == 0
+        && own.st_dev == found.st_dev && own.st_ino == found.st_ino)
+        ::unlinkat(folder, name.constData(), 0);
+}
+
+// Gives the complete staging file the name, replacing nothing that is
+// there by then: by a rename that refuses to replace; where a file system
+// lacks it, by a link (the staging name then goes); without links, by a
+// name claimed first and then renamed over. 0, or an errno.
+int placeWithoutReplacing(int folder, const QByteArray& staging, int stagingFd, const QByteArray& name)
+{
+    if (::renameat2(folder, staging.constData(), folder, name.constData(), RENAME_NOREPLACE) == 0)
+        return 0;
+    if (!unsupported(errno))
         return errno;
-    const int failure = ::fsync(fd) == 0 || errno == EINVAL ? 0 : errno; // some file systems cannot sync a folder
-    ::close(fd);
+    struct stat status;
+    // A link retried on NFS reports EEXIST though the first try made it.
+    if (::linkat(folder, staging.constData(), folder, name.constData(), 0) == 0
+        || (errno == EEXIST && ::fstat(stagingFd, &status) == 0 && status.st_nlink == 2)) {
+        removeOwn(folder, staging, stagingFd);
+        return 0;
+    }
+    if (!unsupported(errno))
+        return errno;
+    const Descriptor claim{::openat(folder, name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666)};
+    if (claim.fd < 0)
+        return errno;
+    if (::renameat(folder, staging.constData(), folder, name.constData()) == 0)
+        return 0;
+    const int failure = errno;
+    removeOwn(folder, name, claim.fd);
     return failure;
 }
 
-// A new file at path with content, whole or not at all. The file is made
-// beside it and renamed into place by a rename that refuses to replace
-// whatever is at path by then (a file made since it was checked, a
-// symbolic link even to nothing), which a check beforehand cannot promise.
+// A new file at path with content, whole or not at all, beside which a
+// staging file of its own is written first. What is at path by the time
+// it is put there (a file made since it was checked, a symbolic link even
+// to nothing) stays, which a check beforehand cannot promise. The folder
+// is opened once, as the kernel finds it, so that every step happens in it.
 NewFile writeNewFile(const QString& path, const QByteArray& content, QString* error)
 {
-    const QFileInfo target(path);
-    QTemporaryFile staging(target.absolutePath() + QStringLiteral("/.") + target.fileName()
-                           + QStringLiteral(".mfa-new-XXXXXX"));
-    if (!staging.open() || staging.write(content) != content.size() || !staging.flush()) {
-        *error = staging.errorString();
-        return NewFile::Failed;
+    const QFileInfo info(path);
+    const QByteArray name = QFile::encodeName(info.fileName());
+    const Descriptor folder{::open(QFile::encodeName(info.path()).constData(), O_PATH | O_DIRECTORY | O_CLOEXEC)};
+    Descriptor staging;
+    QByteArray stagingName;
+    for (int attempt = 0; attempt < 100 && staging.fd < 0 && folder.fd >= 0; ++attempt) {
+        stagingName = '.' + name + '.' + QByteArray::number(QRandomGenerator::global()->bounded(1 << 30), 36);
+        // Made as any new file is (umask, default ACL), not private.
+        staging.fd = ::openat(folder.fd, stagingName.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (staging.fd < 0 && errno != EEXIST)
+            break;
     }
-    // As any new file is made, not private as a temporary one (one thread
-    // runs here: umask can be read by setting it back).
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
-    if (::fchmod(staging.handle(), 0666 & ~mask) != 0 || ::fsync(staging.handle()) != 0) {
+    if (staging.fd < 0) {
         *error = qt_error_string(errno);
         return NewFile::Failed;
     }
-    const QByteArray from = QFile::encodeName(staging.fileName());
-    const QByteArray to = QFile::encodeName(target.absoluteFilePath());
-    int result = ::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE);
-    if (result == 0)
-        staging.setAutoRemove(false);
-    else if (errno == EINVAL || errno == ENOSYS)
-        result = ::link(from.constData(), to.constData()); // as exclusive, where that rename is missing (NFS)
-    if (result != 0) {
-        const int failure = errno;
+    int failure = writeAll(staging.fd, content) && ::fsync(staging.fd) == 0 ? 0 : errno;
+    if (failure == 0)
+        failure = placeWithoutReplacing(folder.fd, stagingName, staging.fd, name);
+    if (failure != 0) {
+        removeOwn(folder.fd, stagingName, staging.fd);
         *error = qt_error_string(failure);
         return failure == EEXIST ? NewFile::Exists : NewFile::Failed;
     }
-    if (const int failure = syncFolder(target.absolutePath())) {
-        *error = QStringLiteral("it is in place, but its folder could not be synced: %1").arg(qt_error_string(failure));
-        return NewFile::Failed;
+    const Descriptor readable{::openat(folder.fd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    if (readable.fd < 0 || (::fsync(readable.fd) != 0 && errno != EINVAL)) { // some file systems cannot sync a folder
+        *error = qt_error_string(errno);
+        return NewFile::Unsynced;
     }
     return NewFile::Written;
 }
@@ -236,6 +297,8 @@ int runMfaNew(const QStringList& arguments)
         return fail(QStringLiteral("%1 exists already").arg(mfa));
     case NewFile::Failed:
         return fail(QStringLiteral("cannot write %1: %2").arg(mfa, error));
+    case NewFile::Unsynced:
+        return fail(QStringLiteral("%1 is written, but its folder could not be synced: %2").arg(mfa, error));
     case NewFile::Written:
         break;
     }
