@@ -88,14 +88,22 @@ bool writeFile(const QString& path, const QByteArray& content, QString* error)
 enum class NewFile { Written, Exists, Unsynced, Failed };
 
 // Closes a descriptor when it goes.
-struct Descriptor
+class Descriptor
 {
-    int fd = -1;
+public:
+    explicit Descriptor(int fd = -1)
+        : fd(fd)
+    {
+    }
     ~Descriptor()
     {
         if (fd >= 0)
             ::close(fd);
     }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    int fd;
 };
 
 bool writeAll(int fd, const QByteArray& content)
@@ -114,66 +122,68 @@ bool writeAll(int fd, const QByteArray& content)
     return true;
 }
 
+// Whether name in folder is the file open as fd.
+bool sameFile(int folder, const QByteArray& name, int fd)
+{
+    struct stat own;
+    struct stat found;
+    return ::fstat(fd, &own) == 0 && ::fstatat(folder, name.constData(), &found, AT_SYMLINK_NOFOLLOW) == 0
+            && own.st_dev == found.st_dev && own.st_ino == found.st_ino;
+}
+
+// Removes name from folder only while it is the file open as fd: a file
+// made here, not one that took its name since. 0, or an errno.
+int removeOwn(int folder, const QByteArray& name, int fd)
+{
+    if (!sameFile(folder, name, fd))
+        return ENOENT;
+    return ::unlinkat(folder, name.constData(), 0) == 0 ? 0 : errno;
+}
+
 // What a file system says of an operation it does not have.
 bool unsupported(int error)
 {
     return error == EINVAL || error == ENOSYS || error == EPERM || error == EOPNOTSUPP;
 }
 
-// Removes name from folder only while it is still the file open as fd:
-// a file made here, not one that took its name since.
-void removeOwn(int folder, const QByteArray& name, int fd)
-{
-    struct stat own;
-    struct stat found;
-    if (::fstat(fd, &own) == 0 && ::fstatat(folder, name.constData(), &found, AT_SYMLINK_NOFOLLOW) == 0
-        && own.st_dev == found.st_dev && own.st_ino == found.st_ino)
-        ::unlinkat(folder, name.constData(), 0);
-}
-
 // Gives the complete staging file the name, replacing nothing that is
-// there by then: by a rename that refuses to replace; where a file system
-// lacks it, by a link (the staging name then goes); without links, by a
-// name claimed first and then renamed over. 0, or an errno.
+// there by then: by a rename that refuses to replace, or where a file
+// system lacks it (NFS), by a link, the staging name then removed. 0, or
+// an errno.
 int placeWithoutReplacing(int folder, const QByteArray& staging, int stagingFd, const QByteArray& name)
 {
     if (::renameat2(folder, staging.constData(), folder, name.constData(), RENAME_NOREPLACE) == 0)
         return 0;
     if (!unsupported(errno))
         return errno;
-    struct stat status;
-    // A link retried on NFS reports EEXIST though the first try made it.
-    if (::linkat(folder, staging.constData(), folder, name.constData(), 0) == 0
-        || (errno == EEXIST && ::fstat(stagingFd, &status) == 0 && status.st_nlink == 2)) {
-        removeOwn(folder, staging, stagingFd);
-        return 0;
+    if (::linkat(folder, staging.constData(), folder, name.constData(), 0) != 0) {
+        const int failure = errno;
+        // A link retried on NFS reports EEXIST though the first try made it.
+        if (failure != EEXIST || !sameFile(folder, name, stagingFd))
+            return failure;
     }
-    if (!unsupported(errno))
-        return errno;
-    const Descriptor claim{::openat(folder, name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666)};
-    if (claim.fd < 0)
-        return errno;
-    if (::renameat(folder, staging.constData(), folder, name.constData()) == 0)
-        return 0;
-    const int failure = errno;
-    removeOwn(folder, name, claim.fd);
-    return failure;
+    if (const int failure = removeOwn(folder, staging, stagingFd)) {
+        removeOwn(folder, name, stagingFd); // whole or not at all: not under two names
+        return failure;
+    }
+    return 0;
 }
 
 // A new file at path with content, whole or not at all, beside which a
 // staging file of its own is written first. What is at path by the time
 // it is put there (a file made since it was checked, a symbolic link even
 // to nothing) stays, which a check beforehand cannot promise. The folder
-// is opened once, as the kernel finds it, so that every step happens in it.
+// is opened once, as the kernel finds it (a ".." after a symbolic link
+// included), and every step happens in it.
 NewFile writeNewFile(const QString& path, const QByteArray& content, QString* error)
 {
     const QFileInfo info(path);
     const QByteArray name = QFile::encodeName(info.fileName());
-    const Descriptor folder{::open(QFile::encodeName(info.path()).constData(), O_PATH | O_DIRECTORY | O_CLOEXEC)};
+    const Descriptor folder(::open(QFile::encodeName(info.path()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     Descriptor staging;
     QByteArray stagingName;
     for (int attempt = 0; attempt < 100 && staging.fd < 0 && folder.fd >= 0; ++attempt) {
-        stagingName = '.' + name + '.' + QByteArray::number(QRandomGenerator::global()->bounded(1 << 30), 36);
+        stagingName = '.' + name + ".mfa-new-" + QByteArray::number(QRandomGenerator::global()->bounded(1 << 30), 36);
         // Made as any new file is (umask, default ACL), not private.
         staging.fd = ::openat(folder.fd, stagingName.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
         if (staging.fd < 0 && errno != EEXIST)
@@ -184,15 +194,19 @@ NewFile writeNewFile(const QString& path, const QByteArray& content, QString* er
         return NewFile::Failed;
     }
     int failure = writeAll(staging.fd, content) && ::fsync(staging.fd) == 0 ? 0 : errno;
-    if (failure == 0)
+    const bool written = failure == 0;
+    if (written)
         failure = placeWithoutReplacing(folder.fd, stagingName, staging.fd, name);
     if (failure != 0) {
         removeOwn(folder.fd, stagingName, staging.fd);
-        *error = qt_error_string(failure);
+        *error = written && unsupported(failure)
+                ? QStringLiteral("its file system can neither rename a file without replacing another nor link "
+                                 "it (%1)")
+                          .arg(qt_error_string(failure))
+                : qt_error_string(failure);
         return failure == EEXIST ? NewFile::Exists : NewFile::Failed;
     }
-    const Descriptor readable{::openat(folder.fd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
-    if (readable.fd < 0 || (::fsync(readable.fd) != 0 && errno != EINVAL)) { // some file systems cannot sync a folder
+    if (::fsync(folder.fd) != 0 && errno != EINVAL) { // some file systems cannot sync a folder
         *error = qt_error_string(errno);
         return NewFile::Unsynced;
     }
