@@ -149,8 +149,8 @@ bool unsupported(int error)
 // Gives the complete staging file the name, replacing nothing that is
 // there by then: by a rename that refuses to replace, or where a file
 // system lacks it (NFS), by a link, the staging name then removed. 0, or
-// an errno.
-int placeWithoutReplacing(int folder, const QByteArray& staging, int stagingFd, const QByteArray& name)
+// an errno; *lacking tells whether the file system has neither call.
+int placeWithoutReplacing(int folder, const QByteArray& staging, int stagingFd, const QByteArray& name, bool* lacking)
 {
     if (::renameat2(folder, staging.constData(), folder, name.constData(), RENAME_NOREPLACE) == 0)
         return 0;
@@ -158,6 +158,7 @@ int placeWithoutReplacing(int folder, const QByteArray& staging, int stagingFd, 
         return errno;
     if (::linkat(folder, staging.constData(), folder, name.constData(), 0) != 0) {
         const int failure = errno;
+        *lacking = unsupported(failure);
         // A link retried on NFS reports EEXIST though the first try made it.
         if (failure != EEXIST || !sameFile(folder, name, stagingFd))
             return failure;
@@ -194,12 +195,12 @@ NewFile writeNewFile(const QString& path, const QByteArray& content, QString* er
         return NewFile::Failed;
     }
     int failure = writeAll(staging.fd, content) && ::fsync(staging.fd) == 0 ? 0 : errno;
-    const bool written = failure == 0;
-    if (written)
-        failure = placeWithoutReplacing(folder.fd, stagingName, staging.fd, name);
+    bool lacking = false;
+    if (failure == 0)
+        failure = placeWithoutReplacing(folder.fd, stagingName, staging.fd, name, &lacking);
     if (failure != 0) {
         removeOwn(folder.fd, stagingName, staging.fd);
-        *error = written && unsupported(failure)
+        *error = lacking
                 ? QStringLiteral("its file system can neither rename a file without replacing another nor link "
                                  "it (%1)")
                           .arg(qt_error_string(failure))
